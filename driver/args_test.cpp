@@ -1,0 +1,3 @@
+#include "driver/args.h"
+
+#include <gtest/gtest.h>

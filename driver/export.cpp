@@ -1,0 +1,50 @@
+#include "driver/export.h"
+
+#include "driver/log.h"
+#include "driver/names.h"
+
+#include <cstdio>
+
+namespace fs = std::filesystem;
+
+fs::path make_export_name(std::string_view source) {
+  fs::path name(source);
+  name.replace_extension();
+  name += kExportSuffix;
+  return name;
+}
+
+namespace {
+
+void write_line(FILE *file, std::string_view a, std::string_view b = {}, std::string_view c = {}) {
+  std::fwrite(a.data(), 1, a.size(), file);
+  std::fwrite(b.data(), 1, b.size(), file);
+  std::fwrite(c.data(), 1, c.size(), file);
+  std::fputc('\n', file);
+  std::fflush(file);
+}
+
+} // namespace
+
+void generate_export_sources(std::span<const SourceUnit> units) {
+  for (const SourceUnit &unit : units) {
+    if (unit.modules.empty())
+      continue;
+    fs::path exportName = make_export_name(unit.source);
+    log_printf("Generate file '%s'\n", exportName.c_str());
+
+    fs::path buildDir = fs::current_path() / kBuildDirectory;
+    fs::create_directories(buildDir);
+
+    // Only the build directory itself is created: a source named with a
+    // directory part lands in a matching subdirectory only if it exists.
+    FILE *file = std::fopen((buildDir / exportName).c_str(), "w");
+    if (!file)
+      continue;
+    write_line(file, "#include \"systemc.h\"");
+    write_line(file, "#include \"", unit.source, "\"");
+    for (std::string_view module : unit.modules)
+      write_line(file, "NCSC_MODULE_EXPORT(", module, ");");
+    std::fclose(file);
+  }
+}

@@ -1,0 +1,26 @@
+#include "systemc.h"
+
+// An 8-bit counter: counts up on every rising clock edge while enabled,
+// synchronous reset to zero.
+SC_MODULE(counter) {
+  sc_in<bool> clk;
+  sc_in<bool> reset;
+  sc_in<bool> enable;
+  sc_out<sc_uint<8>> count;
+
+  void step() {
+    if (reset.read())
+      value = 0;
+    else if (enable.read())
+      value = value + 1;
+    count.write(value);
+  }
+
+  SC_CTOR(counter) : value(0) {
+    SC_METHOD(step);
+    sensitive << clk.pos();
+  }
+
+private:
+  sc_uint<8> value;
+};

@@ -1,0 +1,52 @@
+#ifndef CORVANE_TESTSUPPORT_H
+#define CORVANE_TESTSUPPORT_H
+
+/// \file
+/// What the tests share: scratch directories, files, and running a real
+/// program with its standard output, standard error and exit status kept
+/// apart.
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace testsupport {
+
+/// A fresh directory under the system's temporary directory, removed with
+/// everything in it when the object goes away.
+class TempDir {
+public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir &) = delete;
+  TempDir &operator=(const TempDir &) = delete;
+
+  const std::filesystem::path &path() const { return m_Path; }
+  std::filesystem::path operator/(std::string_view name) const { return m_Path / name; }
+
+private:
+  std::filesystem::path m_Path;
+};
+
+struct RunResult {
+  int status = -1; ///< Exit status, or 128 + signal number when killed.
+  std::string out;
+  std::string err;
+};
+
+/// Runs argv[0] (searched on PATH) in \p cwd and waits for it.  \p env holds
+/// "NAME=VALUE" entries to set and bare "NAME" entries to unset; \p input is
+/// fed to standard input.
+RunResult run(const std::vector<std::string> &argv, const std::filesystem::path &cwd,
+              const std::vector<std::string> &env = {}, std::string_view input = {});
+
+std::string read_file(const std::filesystem::path &path);
+void write_file(const std::filesystem::path &path, std::string_view content, bool executable = false);
+
+/// PATH with \p dir in front, as a "PATH=..." entry for run().
+std::string path_with(const std::filesystem::path &dir);
+
+} // namespace testsupport
+
+#endif
