@@ -1,6 +1,7 @@
 #include "util/AppInfo.h"
 
 #include <cstring>
+#include <unistd.h>
 
 const char *const kToolRevision = "r79477";
 const char *const kToolVersion = "1.22.1 RELEASE 64-bit r79477 BUILD 202411061516";
@@ -28,3 +29,13 @@ void tool_startup(int argc, char **argv, const char *tool_name) {
 }
 
 void print_start_banner(const char *) {}
+
+std::string get_host_name() {
+  static std::string cached;
+  if (cached.empty()) {
+    char name[512] = {};
+    ::gethostname(name, sizeof name - 1);
+    cached = name;
+  }
+  return cached;
+}
