@@ -1,5 +1,6 @@
 #include "testsupport/testsupport.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
@@ -79,6 +80,31 @@ RunResult run(const std::vector<std::string> &argv, const fs::path &cwd,
     ::_exit(127);
   }
 
+  int wstatus = 0;
+  ::waitpid(pid, &wstatus, 0);
+  RunResult result;
+  result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
+  result.out = read_file(outPath);
+  result.err = read_file(errPath);
+  return result;
+}
+
+RunResult run_forked(const std::function<void()> &body) {
+  TempDir io;
+  const fs::path outPath = io / "out", errPath = io / "err";
+  std::fflush(stdout);
+  std::fflush(stderr);
+  pid_t pid = ::fork();
+  if (pid < 0)
+    throw std::runtime_error("fork failed");
+  if (pid == 0) {
+    int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ::dup2(out, 1);
+    ::dup2(err, 2);
+    body();
+    std::exit(0);
+  }
   int wstatus = 0;
   ::waitpid(pid, &wstatus, 0);
   RunResult result;

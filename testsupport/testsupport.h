@@ -7,6 +7,7 @@
 /// apart.
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,12 @@ struct RunResult {
 /// fed to standard input.
 RunResult run(const std::vector<std::string> &argv, const std::filesystem::path &cwd,
               const std::vector<std::string> &env = {}, std::string_view input = {});
+
+/// Runs \p body in a forked child whose standard output and error go to
+/// files, then ends the child with exit(0) so that static destructors run
+/// as at a normal process end.  Process-wide state that \p body changes
+/// stays in the child.
+RunResult run_forked(const std::function<void()> &body);
 
 std::string read_file(const std::filesystem::path &path);
 void write_file(const std::filesystem::path &path, std::string_view content, bool executable = false);

@@ -1,0 +1,127 @@
+// The session log is process-wide, so every case runs in a forked child and
+// inspects the console and the files afterwards.
+
+#include "driver/log.h"
+
+#include "testsupport/testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace fs = std::filesystem;
+using testsupport::read_file;
+using testsupport::run_forked;
+using testsupport::RunResult;
+using testsupport::TempDir;
+
+namespace {
+
+TEST(SessionLog, TextBeforeTheOpenStandsFirstInTheFile) {
+  TempDir dir;
+  const std::string path = (dir / "run.log").string();
+  const std::string big(100000, 'b');
+  RunResult r = run_forked([&] {
+    log_printf("one %d\n", 1);
+    log_eprintf("two %s\n", "err");
+    log_printf("%s\n", big.c_str()); // outgrows the scratch buffer
+    log_write("raw", 3);
+    log_printf_level(1, "hidden\n");
+    log_printf_level(0, "level %d\n", 0);
+    log_printf_level(-1, "level %d\n", -1);
+    open_log_file(path.c_str());
+    log_printf("after\n");
+    log_write("\x00\xff", 2);
+  });
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "one 1\n" + big + "\nlevel 0\nlevel -1\nafter\n");
+  EXPECT_EQ(r.err, "two err\n");
+  EXPECT_EQ(read_file(path),
+            "one 1\ntwo err\n" + big + "\nraw" + "level 0\nlevel -1\nafter\n" + std::string("\0\xff", 2));
+}
+
+TEST(SessionLog, ScratchBufferGrowsAcrossManySmallAndLargeMessages) {
+  TempDir dir;
+  const std::string path = (dir / "run.log").string();
+  std::string expected;
+  for (int i = 0; i < 300; ++i)
+    expected += std::string(i, 'a' + i % 26) + "|" + std::to_string(i) + "\n";
+  RunResult r = run_forked([&] {
+    for (int i = 0; i < 300; ++i)
+      log_printf("%s|%d\n", std::string(i, 'a' + i % 26).c_str(), i);
+    open_log_file(path.c_str());
+  });
+  EXPECT_EQ(r.out, expected);
+  EXPECT_EQ(read_file(path), expected);
+}
+
+TEST(SessionLog, SecondOpenClosesTheFirstAndStartsEmpty) {
+  TempDir dir;
+  const std::string first = (dir / "first.log").string(), second = (dir / "second.log").string();
+  RunResult r = run_forked([&] {
+    log_printf("early\n");
+    open_log_file(first.c_str());
+    log_printf("in first\n");
+    open_log_file(second.c_str());
+    log_printf("in second\n");
+    close_log_file();
+    log_printf("pending again\n");
+    open_log_file(first.c_str());
+  });
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(read_file(second), "in second\n");
+  EXPECT_EQ(read_file(first), "pending again\n");
+}
+
+TEST(SessionLog, FailedOpenReportsToStandardErrorOnlyAndKeepsTheText) {
+  TempDir dir;
+  const std::string bad = (dir / "no/such/dir/x.log").string(), good = (dir / "x.log").string();
+  RunResult r = run_forked([&] {
+    log_printf("kept\n");
+    if (open_log_file(bad.c_str()))
+      std::exit(3);
+    log_eprintf("also kept\n");
+    if (!open_log_file(good.c_str()))
+      std::exit(4);
+  });
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, "Can't open log file '" + bad + "': No such file or directory\nalso kept\n");
+  EXPECT_EQ(read_file(good), "kept\nalso kept\n");
+}
+
+TEST(SessionLog, CompressedLogIsCompleteAfterExit) {
+  TempDir dir;
+  const std::string path = (dir / "x.log.gz").string();
+  std::string expected;
+  for (int i = 0; i < 5000; ++i)
+    expected += "line " + std::to_string(i) + "\n";
+  RunResult r = run_forked([&] {
+    log_printf("line 0\n");
+    open_log_file(path.c_str());
+    for (int i = 1; i < 5000; ++i)
+      log_printf("line %d\n", i);
+    // No close: the teardown at exit must finish the compressor.
+  });
+  EXPECT_EQ(r.status, 0);
+  auto unzipped = testsupport::run({"gzip", "-dc", path}, dir.path());
+  EXPECT_EQ(unzipped.status, 0) << unzipped.err;
+  EXPECT_EQ(unzipped.out, expected);
+}
+
+TEST(SessionLog, FlushAllOutputReachesTheFileBeforeExit) {
+  TempDir dir;
+  const std::string path = (dir / "x.log").string();
+  RunResult r = run_forked([&] {
+    open_log_file(path.c_str());
+    log_printf("flushed\n");
+    flush_all_output();
+    // _exit skips every destructor and stdio flush: only what was flushed
+    // survives.
+    ::_exit(read_file(path) == "flushed\n" ? 0 : 5);
+  });
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "flushed\n");
+}
+
+} // namespace
