@@ -69,10 +69,10 @@ void system_command_print_message(const char *command, std::string *out);
 
 /// Readers behind the host facts, on any file instead of the /proc one, so
 /// that the parsing can be tried on prepared files.  Each behaves exactly as
-/// the public function named beside it, with the same checks, failure texts
-/// and assertion reports (the public function's name and its line of
-/// util/AppInfo.cpp), but caches nothing.  Not for use outside this
-/// component and its tests.
+/// the public function named beside it, with the same checks and assertion
+/// reports (the public function's name and its line of util/AppInfo.cpp),
+/// but caches nothing; cpu_count() names the file it could not open.  Not
+/// for use outside this component and its tests.
 namespace appinfo_detail {
 
 std::string cpu_model(const char *cpuinfo_path);                       // f_get_cpu_info
