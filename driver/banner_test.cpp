@@ -126,7 +126,8 @@ TEST_P(Banner, ShowsTheHostFactsLineByLine) {
 
 INSTANTIATE_TEST_SUITE_P(Environments, Banner,
                          ::testing::Values(Environment{{"HOSTTYPE", "USER=banner_user"}, "banner_user", "(null)"},
-                                           Environment{{"HOSTTYPE=x86_64-test", "USER"}, "(null)", "x86_64-test"}));
+                                           Environment{{"HOSTTYPE=x86_64-test", "USER"}, "(null)", "x86_64-test"}),
+                         [](const auto &info) { return info.index ? "UserUnset" : "HostTypeUnset"; });
 
 TEST(BannerSuppression, OnlyExactVersionAndOptionWords) {
   struct Case {
