@@ -1,5 +1,6 @@
 #include "testsupport/testsupport.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
@@ -77,6 +78,44 @@ RunResult run(const std::vector<std::string> &argv, const fs::path &cwd,
     args.push_back(nullptr);
     ::execvp(args[0], args.data());
     ::_exit(127);
+  }
+
+  int wstatus = 0;
+  ::waitpid(pid, &wstatus, 0);
+  RunResult result;
+  result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
+  result.out = read_file(outPath);
+  result.err = read_file(errPath);
+  return result;
+}
+
+RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
+  TempDir io;
+  const fs::path outPath = io / "out", errPath = io / "err";
+  // Text still buffered here would otherwise be printed twice.
+  std::fflush(nullptr);
+
+  pid_t pid = ::fork();
+  if (pid < 0)
+    throw std::runtime_error("fork failed");
+  if (pid == 0) {
+    if (!cwd.empty() && ::chdir(cwd.c_str()) != 0)
+      ::_exit(126);
+    int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ::dup2(out, 1);
+    ::dup2(err, 2);
+    ::close(out);
+    ::close(err);
+    // An exception must not unwind into the test runner's copy.
+    try {
+      body();
+    } catch (...) {
+      std::fflush(nullptr);
+      ::_exit(125);
+    }
+    std::fflush(nullptr);
+    ::_exit(0);
   }
 
   int wstatus = 0;
