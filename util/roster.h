@@ -228,7 +228,8 @@ public:
   /// Prints, in order, the summary of every class that holds entries or the
   /// protected-code flag, and clears each printed class.
   void PrintClassSummaries();
-  /// The message-limit summary of \p messageClass.
+  /// The message-limit summary of \p messageClass; nothing at all when the
+  /// "LimitReached" block is silenced.
   void PrintLimitSummary(const ErrorMsgClassBase &messageClass);
 
   /// Reports "<condition> failed @<file>:<line>" as a Fatal

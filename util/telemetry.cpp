@@ -3,6 +3,7 @@
 #include "util/AppInfo.h"
 
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -145,6 +146,10 @@ void JsonWriter::AddUnsigned(const char *name, uint64_t value) {
 void JsonWriter::AddDouble(const char *name, double value) {
   if (!AddKey(name))
     return;
+  if (!std::isfinite(value)) {
+    m_Out->append("null");
+    return;
+  }
   char text[64];
   int length = std::snprintf(text, sizeof text, "%g", value);
   m_Out->append(text, length);

@@ -61,7 +61,8 @@ public:
   void AddString(const char *name, const char *value);
   void AddInt(const char *name, int64_t value);
   void AddUnsigned(const char *name, uint64_t value);
-  /// Formatted as a default output stream formats a double ("%g").
+  /// Formatted as a default output stream formats a double ("%g"); NaN
+  /// and the infinities, which JSON cannot hold, are written as null.
   void AddDouble(const char *name, double value);
 
   /// A scope nested in this one under \p name (null in arrays).  Close it
@@ -99,7 +100,6 @@ private:
 /// still open and appends the text to the telemetry file, if one is open.
 class AnalyticBase {
 public:
-  AnalyticBase();
   AnalyticBase(const AnalyticBase &) = delete;
   AnalyticBase &operator=(const AnalyticBase &) = delete;
   virtual ~AnalyticBase();
@@ -109,6 +109,9 @@ public:
   virtual JsonWriter &Dimensions();
 
 protected:
+  /// Records are events or messages; they make the base.
+  AnalyticBase();
+
   /// Writes "sample_time" (the time the record was begun); the first key of
   /// the dimensions.
   void BeginDimensions(JsonWriter &dimensions);

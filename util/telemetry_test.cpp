@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -70,6 +71,7 @@ TEST(JsonWriter, CompactMembersAndScopes) {
   top.AddDouble("d", 2.5);
   top.AddDouble("big", 1e20);
   top.AddDouble("third", 1.0 / 3);
+  top.AddDouble("nan", std::nan(""));
   top.AddString("null", nullptr);
   JsonWriter array = top.AddArray("a");
   array.AddString(nullptr, "p");
@@ -79,7 +81,7 @@ TEST(JsonWriter, CompactMembersAndScopes) {
   top.AddObject("o").Close();
   top.Close();
   EXPECT_EQ(out, R"({"s":"x","i":-5,"u":18446744073709551615,"d":2.5,"big":1e+20,)"
-                 R"("third":0.333333,"null":"","a":["p",[],7],"o":{}})");
+                 R"("third":0.333333,"nan":null,"null":"","a":["p",[],7],"o":{}})");
 }
 
 TEST(JsonWriter, ClosedScopesIgnoreMembers) {
