@@ -101,6 +101,8 @@ struct SignalCase {
   bool crash;
 };
 
+void PrintTo(const SignalCase &c, std::ostream *os) { *os << "signal " << c.signal; }
+
 class RealSignal : public ::testing::TestWithParam<SignalCase> {};
 
 TEST_P(RealSignal, ReportsTellsFlushesAndExits1) {

@@ -33,6 +33,8 @@ struct SeverityCase {
   int expected;
 };
 
+void PrintTo(const SeverityCase &c, std::ostream *os) { *os << c.what; }
+
 class EffectiveSeverityTest : public ::testing::TestWithParam<SeverityCase> {};
 
 TEST_P(EffectiveSeverityTest, Decides) {
