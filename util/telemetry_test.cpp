@@ -62,7 +62,7 @@ TEST(JsonEscapes, LongTextAcrossTheStagingBlock) {
   EXPECT_EQ(Quoted(text.c_str()), expected + "\"");
 }
 
-TEST(JsonWriter, CompactMembersAndScopes) {
+TEST(JsonWriter, CompactMembersScopesAndClosing) {
   std::string out;
   JsonWriter top(out);
   top.AddString("s", "x");
@@ -80,25 +80,11 @@ TEST(JsonWriter, CompactMembersAndScopes) {
   array.Close();
   top.AddObject("o").Close();
   top.Close();
+  top.AddString("late", "ignored");
+  top.AddObject("late").AddInt("n", 1); // nested in a closed scope
+  JsonWriter(out, true).Close();
   EXPECT_EQ(out, R"({"s":"x","i":-5,"u":18446744073709551615,"d":2.5,"big":1e+20,)"
-                 R"("third":0.333333,"nan":null,"null":"","a":["p",[],7],"o":{}})");
-}
-
-TEST(JsonWriter, ClosedScopesIgnoreMembers) {
-  std::string out;
-  JsonWriter top(out);
-  top.Close();
-  top.AddString("late", "x");
-  JsonWriter nested = top.AddObject("late");
-  nested.AddInt("n", 1);
-  nested.Close();
-  top.Close();
-  EXPECT_EQ(out, "{}");
-  EXPECT_TRUE(nested.IsClosed());
-
-  std::string array;
-  JsonWriter(array, true).Close();
-  EXPECT_EQ(array, "[]");
+                 R"("third":0.333333,"nan":null,"null":"","a":["p",[],7],"o":{}}[])");
 }
 
 TEST(JsonWriter, PrettyWithSpacesAndTabs) {
@@ -376,25 +362,6 @@ TEST(Telemetry, NestedSessionsCloseAfterTheLastShutdown) {
   EXPECT_EQ(Leaves(flat, "event_name"),
             R"("file_processing" "shutdown" "file_processing" "shutdown" )");
   EXPECT_EQ(Leaves(flat, "dimensions.filename"), R"("one" "two" )");
-}
-
-TEST(Telemetry, EachProcessWritesItsOwnFile) {
-  TempDir dir;
-  long first = RunWithTelemetry(dir.path(), [] {
-    StartTelemetrySession();
-    TelemetryFileProcessing("first");
-  });
-  long second = RunWithTelemetry(dir.path(), [] {
-    StartTelemetrySession();
-    TelemetryFileProcessing("second");
-  });
-  ASSERT_NE(first, second);
-  std::string a = read_file(dir / ("run42_" + std::to_string(first) + ".tel"));
-  std::string b = read_file(dir / ("run42_" + std::to_string(second) + ".tel"));
-  EXPECT_NE(a.find("\"filename\":\"first\""), std::string::npos);
-  EXPECT_EQ(a.find("second"), std::string::npos);
-  EXPECT_NE(b.find("\"filename\":\"second\""), std::string::npos);
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 2);
 }
 
 } // namespace
