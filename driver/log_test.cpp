@@ -9,10 +9,12 @@
 
 #include <filesystem>
 #include <string>
+#include <cstdlib>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using testsupport::read_file;
-using testsupport::run_forked;
+using testsupport::run_in_child;
 using testsupport::RunResult;
 using testsupport::TempDir;
 
@@ -22,7 +24,7 @@ TEST(SessionLog, TextBeforeTheOpenStandsFirstInTheFile) {
   TempDir dir;
   const std::string path = (dir / "run.log").string();
   const std::string big(100000, 'b');
-  RunResult r = run_forked([&] {
+  RunResult r = run_in_child([&] {
     log_printf("one %d\n", 1);
     log_eprintf("two %s\n", "err");
     log_printf("%s\n", big.c_str()); // outgrows the scratch buffer
@@ -47,7 +49,7 @@ TEST(SessionLog, ScratchBufferGrowsAcrossManySmallAndLargeMessages) {
   std::string expected;
   for (int i = 0; i < 300; ++i)
     expected += std::string(i, 'a' + i % 26) + "|" + std::to_string(i) + "\n";
-  RunResult r = run_forked([&] {
+  RunResult r = run_in_child([&] {
     for (int i = 0; i < 300; ++i)
       log_printf("%s|%d\n", std::string(i, 'a' + i % 26).c_str(), i);
     open_log_file(path.c_str());
@@ -59,7 +61,7 @@ TEST(SessionLog, ScratchBufferGrowsAcrossManySmallAndLargeMessages) {
 TEST(SessionLog, SecondOpenClosesTheFirstAndStartsEmpty) {
   TempDir dir;
   const std::string first = (dir / "first.log").string(), second = (dir / "second.log").string();
-  RunResult r = run_forked([&] {
+  RunResult r = run_in_child([&] {
     log_printf("early\n");
     open_log_file(first.c_str());
     log_printf("in first\n");
@@ -77,7 +79,7 @@ TEST(SessionLog, SecondOpenClosesTheFirstAndStartsEmpty) {
 TEST(SessionLog, FailedOpenReportsToStandardErrorOnlyAndKeepsTheText) {
   TempDir dir;
   const std::string bad = (dir / "no/such/dir/x.log").string(), good = (dir / "x.log").string();
-  RunResult r = run_forked([&] {
+  RunResult r = run_in_child([&] {
     log_printf("kept\n");
     if (open_log_file(bad.c_str()))
       std::exit(3);
@@ -96,12 +98,13 @@ TEST(SessionLog, CompressedLogIsCompleteAfterExit) {
   std::string expected;
   for (int i = 0; i < 5000; ++i)
     expected += "line " + std::to_string(i) + "\n";
-  RunResult r = run_forked([&] {
+  RunResult r = run_in_child([&] {
     log_printf("line 0\n");
     open_log_file(path.c_str());
     for (int i = 1; i < 5000; ++i)
       log_printf("line %d\n", i);
     // No close: the teardown at exit must finish the compressor.
+    std::exit(0);
   });
   EXPECT_EQ(r.status, 0);
   auto unzipped = testsupport::run({"gzip", "-dc", path}, dir.path());
@@ -112,7 +115,7 @@ TEST(SessionLog, CompressedLogIsCompleteAfterExit) {
 TEST(SessionLog, FlushAllOutputReachesTheFileBeforeExit) {
   TempDir dir;
   const std::string path = (dir / "x.log").string();
-  RunResult r = run_forked([&] {
+  RunResult r = run_in_child([&] {
     open_log_file(path.c_str());
     log_printf("flushed\n");
     flush_all_output();

@@ -89,22 +89,35 @@ RunResult run(const std::vector<std::string> &argv, const fs::path &cwd,
   return result;
 }
 
-RunResult run_forked(const std::function<void()> &body) {
+RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
   TempDir io;
   const fs::path outPath = io / "out", errPath = io / "err";
-  std::fflush(stdout);
-  std::fflush(stderr);
+  // Text still buffered here would otherwise be printed twice.
+  std::fflush(nullptr);
+
   pid_t pid = ::fork();
   if (pid < 0)
     throw std::runtime_error("fork failed");
   if (pid == 0) {
+    if (!cwd.empty() && ::chdir(cwd.c_str()) != 0)
+      ::_exit(126);
     int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     ::dup2(out, 1);
     ::dup2(err, 2);
-    body();
-    std::exit(0);
+    ::close(out);
+    ::close(err);
+    // An exception must not unwind into the test runner's copy.
+    try {
+      body();
+    } catch (...) {
+      std::fflush(nullptr);
+      ::_exit(125);
+    }
+    std::fflush(nullptr);
+    ::_exit(0);
   }
+
   int wstatus = 0;
   ::waitpid(pid, &wstatus, 0);
   RunResult result;

@@ -42,11 +42,12 @@ struct RunResult {
 RunResult run(const std::vector<std::string> &argv, const std::filesystem::path &cwd,
               const std::vector<std::string> &env = {}, std::string_view input = {});
 
-/// Runs \p body in a forked child whose standard output and error go to
-/// files, then ends the child with exit(0) so that static destructors run
-/// as at a normal process end.  Process-wide state that \p body changes
-/// stays in the child.
-RunResult run_forked(const std::function<void()> &body);
+/// Runs \p body in a forked copy of this process, in \p cwd when given,
+/// with standard output and standard error captured.  When \p body returns,
+/// the child flushes every stdio stream and ends with status 0 without
+/// running exit handlers; \p body may end the process itself.  State that
+/// \p body changes (singletons, signal handlers) stays in the child.
+RunResult run_in_child(const std::function<void()> &body, const std::filesystem::path &cwd = {});
 
 std::string read_file(const std::filesystem::path &path);
 void write_file(const std::filesystem::path &path, std::string_view content, bool executable = false);
