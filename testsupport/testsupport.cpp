@@ -47,6 +47,30 @@ std::string path_with(const fs::path &dir) {
   return "PATH=" + dir.string() + ":" + (path ? path : "/usr/bin:/bin");
 }
 
+namespace {
+
+/// In a child: standard output and error into the two files.
+void redirect_output(const fs::path &outPath, const fs::path &errPath) {
+  int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  ::dup2(out, 1);
+  ::dup2(err, 2);
+  ::close(out);
+  ::close(err);
+}
+
+RunResult wait_for(pid_t pid, const fs::path &outPath, const fs::path &errPath) {
+  int wstatus = 0;
+  ::waitpid(pid, &wstatus, 0);
+  RunResult result;
+  result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
+  result.out = read_file(outPath);
+  result.err = read_file(errPath);
+  return result;
+}
+
+} // namespace
+
 RunResult run(const std::vector<std::string> &argv, const fs::path &cwd,
               const std::vector<std::string> &env, std::string_view input) {
   TempDir io;
@@ -67,11 +91,9 @@ RunResult run(const std::vector<std::string> &argv, const fs::path &cwd,
         ::setenv(entry.substr(0, eq).c_str(), entry.c_str() + eq + 1, 1);
     }
     int in = ::open(inPath.c_str(), O_RDONLY);
-    int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     ::dup2(in, 0);
-    ::dup2(out, 1);
-    ::dup2(err, 2);
+    ::close(in);
+    redirect_output(outPath, errPath);
     std::vector<char *> args;
     for (const std::string &a : argv)
       args.push_back(const_cast<char *>(a.c_str()));
@@ -80,13 +102,7 @@ RunResult run(const std::vector<std::string> &argv, const fs::path &cwd,
     ::_exit(127);
   }
 
-  int wstatus = 0;
-  ::waitpid(pid, &wstatus, 0);
-  RunResult result;
-  result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
-  result.out = read_file(outPath);
-  result.err = read_file(errPath);
-  return result;
+  return wait_for(pid, outPath, errPath);
 }
 
 RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
@@ -101,12 +117,7 @@ RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
   if (pid == 0) {
     if (!cwd.empty() && ::chdir(cwd.c_str()) != 0)
       ::_exit(126);
-    int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ::dup2(out, 1);
-    ::dup2(err, 2);
-    ::close(out);
-    ::close(err);
+    redirect_output(outPath, errPath);
     // An exception must not unwind into the test runner's copy.
     try {
       body();
@@ -118,13 +129,7 @@ RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
     ::_exit(0);
   }
 
-  int wstatus = 0;
-  ::waitpid(pid, &wstatus, 0);
-  RunResult result;
-  result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
-  result.out = read_file(outPath);
-  result.err = read_file(errPath);
-  return result;
+  return wait_for(pid, outPath, errPath);
 }
 
 } // namespace testsupport
