@@ -10,7 +10,6 @@
 #include <systemc>
 
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <memory>
 #include <string>

@@ -12,7 +12,6 @@
 #include <systemc>
 
 #include <concepts>
-#include <cstdio>
 #include <typeindex>
 #include <unordered_map>
 #include <utility>
@@ -20,9 +19,9 @@
 
 namespace corvane_sc {
 
-/// How a data type turns into a port's bits and back.  from_bits() gets
-/// the value masked to the width, or sign-extended for a signed type;
-/// to_bits() gives the value sign-extended for a signed type.
+/// How a data type turns into a 64-bit value and back.  from_bits() gets
+/// a value that fits (fits_port()) and keeps the low bits; to_bits() gives
+/// the value sign-extended for a signed type.
 template <class T> struct PortValue;
 
 template <> struct PortValue<bool> {
@@ -113,9 +112,8 @@ template <int N> struct PortValue<sc_dt::sc_lv<N>> {
   }
 };
 
-/// Whether \p value fits \p width bits (see corvane_sc_cosim.h); on success
-/// \p bits is the value as from_bits() wants it.
-bool fit_port_value(uint64_t value, unsigned width, bool isSigned, uint64_t &bits);
+/// Whether \p value fits a port of \p width bits (see corvane_sc_cosim.h).
+bool fits_port(uint64_t value, unsigned width, bool isSigned);
 
 template <class T> class SignalOf final : public PortSignal {
 public:
@@ -125,13 +123,12 @@ public:
 
   bool write(uint64_t value, std::string &error) override {
     using V = PortValue<T>;
-    uint64_t bits;
-    if (!fit_port_value(value, V::kWidth, V::kSigned, bits)) {
+    if (!fits_port(value, V::kWidth, V::kSigned)) {
       error = "value " + std::to_string(value) + " does not fit " + std::to_string(V::kWidth) +
               (V::kWidth == 1 ? " bit" : " bits");
       return false;
     }
-    m_Signal.write(V::from_bits(bits));
+    m_Signal.write(V::from_bits(value));
     return true;
   }
 

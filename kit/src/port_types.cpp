@@ -65,24 +65,16 @@ std::string PortType::sv_type(PortDirection direction) const {
   return text;
 }
 
-bool fit_port_value(uint64_t value, unsigned width, bool isSigned, uint64_t &bits) {
-  if (width >= 64) {
-    bits = value;
+bool fits_port(uint64_t value, unsigned width, bool isSigned) {
+  if (width >= 64)
     return true;
-  }
   const uint64_t mask = (uint64_t(1) << width) - 1;
-  const uint64_t signBit = uint64_t(1) << (width - 1);
-  if (value > mask) {
-    // Only a signed port takes a number above its range: the sign
-    // extension of a negative one.
-    const uint64_t high = ~mask;
-    if (!isSigned || (value & high) != high || !(value & signBit))
-      return false;
-    bits = value;
+  if (value <= mask)
     return true;
-  }
-  bits = isSigned && (value & signBit) ? value | ~mask : value;
-  return true;
+  // Only a signed port takes a number above its range: the sign extension
+  // of a negative one, all ones from the sign bit up.
+  const uint64_t high = ~(mask >> 1);
+  return isSigned && (value & high) == high;
 }
 
 PortShape classify_port(const sc_core::sc_port_base &port) {
