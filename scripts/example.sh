@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Sets the machine up, builds quillc and runs it on the bundled example in a
-# fresh work directory.
+# Sets the machine up and builds quillc with its runtime kit
+# (scripts/setup.sh), then runs quillc on the counter example in a fresh
+# work directory, with the environment that quillc-env gives, and shows
+# what it made.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${BUILD_DIR:-$root/build}
@@ -11,7 +13,24 @@ rm -rf "$work"
 mkdir -p "$work"
 cp "$root"/examples/counter/*.cpp "$work"/
 cd "$work"
+eval "$("$build/quillc-env")"
 "$build/quillc" -module counter counter.cpp
+
 echo
-echo "work directory: $work"
-ls -l "$work"
+missing=0
+for file in sc_module/wrapper_generator wrapper.sv libcorvanesc.so; do
+  if [ ! -f "$file" ]; then
+    echo "example: $file was not made" >&2
+    missing=1
+  fi
+done
+((missing == 0)) || exit 1
+
+echo "== sc_module/wrapper_generator ran and wrote wrapper.sv:"
+cat wrapper.sv
+echo
+echo "== libcorvanesc.so, with its co-simulation interface:"
+nm -D --defined-only libcorvanesc.so | awk '$3 ~ /^corvane_sc_/ { print $3 }'
+echo
+echo "== work directory $work:"
+ls -l . sc_module

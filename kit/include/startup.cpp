@@ -1,0 +1,29 @@
+// Start-up source of every co-simulation library.  quillc compiles it in
+// the link command of libcorvanesc.so, so it is part of each library.
+
+#include "corvane_sc_cosim.h"
+
+// SystemC's library refers to sc_main; a co-simulation library never calls
+// it, but the dynamic loader must find it when it binds every symbol at
+// load time.  Weak, so that a design that brings its own sc_main still
+// links.
+extern "C" [[gnu::weak]] int sc_main(int, char *[]) { return 1; }
+
+namespace {
+
+// The entry points live in libsccosim.a, which the link names after every
+// object.  An archive member is only linked when something refers to it,
+// and nothing else in a design does: these references put the whole
+// interface into the library, where the simulator finds it with dlsym().
+using EntryPoint = void (*)();
+[[gnu::used]] const EntryPoint kEntryPoints[] = {
+    reinterpret_cast<EntryPoint>(&corvane_sc_module_count),
+    reinterpret_cast<EntryPoint>(&corvane_sc_module_name),
+    reinterpret_cast<EntryPoint>(&corvane_sc_instantiate),
+    reinterpret_cast<EntryPoint>(&corvane_sc_write_u64),
+    reinterpret_cast<EntryPoint>(&corvane_sc_read_u64),
+    reinterpret_cast<EntryPoint>(&corvane_sc_advance),
+    reinterpret_cast<EntryPoint>(&corvane_sc_last_error),
+};
+
+} // namespace

@@ -1,0 +1,31 @@
+#include "kit/src/module_registry.h"
+
+namespace corvane_sc {
+
+namespace {
+
+// Registrations run from other objects' static initialisers, so the table
+// must exist before its first use, whatever the initialisation order.
+std::vector<ExportedModule> &registry() {
+  static std::vector<ExportedModule> modules;
+  return modules;
+}
+
+} // namespace
+
+bool register_module(const char *name, ModuleFactory factory) {
+  if (!find_exported_module(name))
+    registry().push_back({name, factory});
+  return true;
+}
+
+const std::vector<ExportedModule> &exported_modules() { return registry(); }
+
+const ExportedModule *find_exported_module(std::string_view name) {
+  for (const ExportedModule &module : registry())
+    if (module.name == name)
+      return &module;
+  return nullptr;
+}
+
+} // namespace corvane_sc
