@@ -3,11 +3,13 @@
 # compiler that does nothing, versus the very same shell commands run
 # directly by a shell script.  Prints the median wall time of each and the
 # ratio quillc / script, for two scripts:
-#   system - each command through its own `sh -c`, as system() runs it; the
+#   system - writes the same export sources with shell built-ins, then runs
+#            each command through its own `sh -c`, as system() runs it; the
 #            difference is the driver's own work (target: ratio <= 1.10);
-#   inline - each command inline in one shell (in a subshell where it
-#            changes directory); this difference adds the shell start per
-#            command that running every command through system() costs.
+#   inline - only the commands, each inline in one shell (in a subshell
+#            where it changes directory); this difference adds the shell
+#            start per command that system() costs and the file creation of
+#            the export sources.
 #
 #   bench/driver_overhead.sh [path/to/quillc] [sizes...]   (default: 1000 10000)
 #   RUNS=5 to change the number of repetitions (default 3).
@@ -48,9 +50,13 @@ for n in "${sizes[@]}"; do
 
   # Both scripts run exactly what quillc echoes, in the same order.
   (cd "$scratch" && mkdir -p probe && cd probe && "$quillc" "${args[@]}" 2>/dev/null) >"$scratch/echoed"
+  for ((i = 0; i < n; i++)); do
+    printf "printf '#include \"systemc.h\"\\n#include \"s%d.cpp\"\\nNCSC_MODULE_EXPORT(m%d);\\n' >sc_module/s%d_create.cpp\n" \
+      "$i" "$i" "$i"
+  done >"$scratch/system.sh"
   awk -v q="'" '/^(cd sc_module;|gcc )/ { print "sh -c " q $0 q }
                 /^gcc / && !linked++ { print "sh -c sc_module/wrapper_generator" }' \
-    "$scratch/echoed" >"$scratch/system.sh"
+    "$scratch/echoed" >>"$scratch/system.sh"
   awk '/^cd sc_module;/ { print "(" $0 ")"; next }
        /^gcc / { print; if (!linked++) print "sc_module/wrapper_generator" }' \
     "$scratch/echoed" >"$scratch/inline.sh"

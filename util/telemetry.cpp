@@ -128,19 +128,13 @@ void JsonWriter::AddString(const char *name, const char *value) {
 }
 
 void JsonWriter::AddInt(const char *name, int64_t value) {
-  if (!AddKey(name))
-    return;
-  char text[32];
-  int length = std::snprintf(text, sizeof text, "%" PRId64, value);
-  m_Out->append(text, length);
+  if (AddKey(name))
+    m_Out->append(std::to_string(value));
 }
 
 void JsonWriter::AddUnsigned(const char *name, uint64_t value) {
-  if (!AddKey(name))
-    return;
-  char text[32];
-  int length = std::snprintf(text, sizeof text, "%" PRIu64, value);
-  m_Out->append(text, length);
+  if (AddKey(name))
+    m_Out->append(std::to_string(value));
 }
 
 void JsonWriter::AddDouble(const char *name, double value) {
