@@ -4,6 +4,7 @@
 #include "driver/log.h"
 #include "driver/names.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -12,12 +13,31 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// The kernel refuses to pass a single argument of this many bytes or more
+/// (terminator included), so `sh -c <command>` cannot start for it.
+constexpr size_t kLongestShellArgument = 128 * 1024;
+
+void run_shell_command(const std::string &command) {
+  if (command.size() + 1 < kLongestShellArgument) {
+    std::system(command.c_str());
+    return;
+  }
+  // A link over many sources can outgrow that limit; the shell then reads
+  // the command from a pipe instead, with the same expansion and the same
+  // console.
+  if (FILE *shell = ::popen("/bin/sh", "w")) {
+    std::fwrite(command.data(), 1, command.size(), shell);
+    std::fputc('\n', shell);
+    ::pclose(shell);
+  }
+}
+
 void echo_and_run(const std::string &command) {
   log_printf("%s\n", command.c_str());
   // The child writes straight to our descriptors; what we echoed must be
   // out first.
   flush_all_output();
-  std::system(command.c_str());
+  run_shell_command(command);
 }
 
 /// Starts a command with the compiler prefix, the step's flags and the

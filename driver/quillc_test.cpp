@@ -262,6 +262,22 @@ TEST_F(QuillcRun, ExportSourcesLandBesideTheirPath) {
             std::string::npos);
 }
 
+TEST_F(QuillcRun, ALinkLongerThanTheKernelPassesStillRuns) {
+  // Sources without modules go straight onto the link: 5,000 names of 40
+  // bytes make a command of about 200 KiB.
+  std::vector<std::string> sources;
+  for (int i = 0; i < 5000; ++i)
+    sources.push_back(fs::path("lib") / (std::string(30, 'x') + std::to_string(10000 + i) + ".cpp"));
+  RunResult r = quillc(sources);
+  EXPECT_EQ(r.status, 0);
+  std::vector<std::string> seen = calls();
+  ASSERT_EQ(seen.size(), 3u);
+  EXPECT_GT(seen[2].size(), 200000u);
+  EXPECT_NE(seen[2].find(" /opt/quillc/include/startup.cpp lib/" + std::string(30, 'x') + "10000.cpp "),
+            std::string::npos);
+  EXPECT_TRUE(seen[2].ends_with("/opt/quillc/lib/libsccosim.a"));
+}
+
 TEST_F(QuillcRun, UnopenableLogIsReportedOnceAndTheRunGoesOn) {
   fs::create_directory(m_Work / "quillc.log");
   RunResult r = quillc({"-module", "top", "top.cpp"});
