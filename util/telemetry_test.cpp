@@ -71,30 +71,22 @@ TEST(JsonWriter, CompactMembersScopesAndClosing) {
 TEST(JsonWriter, PrettyWithSpacesAndTabs) {
   for (bool tabs : {false, true}) {
     std::string out;
-    JsonWriter top(out, false, 0, true, 4, tabs);
+    JsonWriter top(out, false, 0, true, 2, tabs);
     top.AddInt("a", 1);
-    JsonWriter o = top.AddObject("o");
-    JsonWriter b = o.AddArray("b");
+    JsonWriter b = top.AddArray("b");
     b.AddString(nullptr, "x");
-    b.AddString(nullptr, "y");
+    b.AddObject(nullptr).Close();
     b.Close();
-    o.Close();
-    top.AddObject("e").Close();
     top.Close();
-    std::string expected = "{\n    \"a\": 1,\n    \"o\": {\n        \"b\": [\n            \"x\",\n"
-                           "            \"y\"\n        ]\n    },\n    \"e\": {}\n}";
-    if (tabs)
-      for (size_t at; (at = expected.find("    ")) != std::string::npos;)
-        expected.replace(at, 4, "\t");
-    EXPECT_EQ(out, expected) << (tabs ? "tabs" : "spaces");
+    EXPECT_EQ(out, tabs ? "{\n\t\"a\": 1,\n\t\"b\": [\n\t\t\"x\",\n\t\t{}\n\t]\n}"
+                        : "{\n  \"a\": 1,\n  \"b\": [\n    \"x\",\n    {}\n  ]\n}");
   }
 }
 
-/// Parses every line of a telemetry file with Python's json module (which
-/// must end in a line feed, hold one object per line and no repeated key)
-/// and writes it back compact, keys in file order.  A "sample_time" in the
-/// expected form becomes "<T>", a string of every byte 1-127 plus some
-/// UTF-8 becomes "<ALL>".
+/// Reads a telemetry file back with Python's json module, one object per
+/// line, no key twice, and writes it compact with keys in file order; a
+/// well-formed sample time becomes "<T>", the process id (argv[2]) "<PID>"
+/// and every byte 1-127 plus some UTF-8 "<ALL>".
 const char kCheck[] = R"PY(
 import json, re, sys
 ALL = ''.join(map(chr, range(1, 128))) + 'caf\u00e9 \U0001f642'
@@ -200,19 +192,18 @@ TEST(Telemetry, EveryEventAndMessageRecord) {
 }
 
 TEST(Telemetry, OneVariableOrNoDirectoryGivesNoFile) {
-  struct Case {
-    const char *id;
-    const char *path; // "<dir>" for the test's directory
-  };
-  for (Case c : {Case{"run42", nullptr}, Case{nullptr, "<dir>"}, Case{"run42", "<dir>/missing"}}) {
+  // The execution id, and the log path under the test's directory.
+  const std::pair<const char *, const char *> cases[] = {
+      {"run42", nullptr}, {nullptr, ""}, {"run42", "/missing"}};
+  for (auto [id, path] : cases) {
     TempDir dir;
     auto result = run_in_child([&] {
       ::unsetenv("OBX_EXECUTION_ID");
       ::unsetenv("OBX_TELEMETRY_LOG_PATH");
-      if (c.id)
-        ::setenv("OBX_EXECUTION_ID", c.id, 1);
-      if (c.path)
-        ::setenv("OBX_TELEMETRY_LOG_PATH", (dir.path().string() + (c.path + 5)).c_str(), 1);
+      if (id)
+        ::setenv("OBX_EXECUTION_ID", id, 1);
+      if (path)
+        ::setenv("OBX_TELEMETRY_LOG_PATH", (dir.path().string() + path).c_str(), 1);
       int first = StartTelemetrySession();
       TelemetryCrash("x");
       int after = TelemetrySessionCount();
@@ -221,30 +212,28 @@ TEST(Telemetry, OneVariableOrNoDirectoryGivesNoFile) {
       TelemetryShutdown();
       std::fprintf(stderr, "%d %d %d %d", first, after, again, TelemetrySessionCount());
     });
-    EXPECT_EQ(result.err, "1 -1 -1 -1") << (c.path ? c.path : "no path");
+    EXPECT_EQ(result.err, "1 -1 -1 -1") << (path ? path : "no path");
     EXPECT_TRUE(fs::is_empty(dir.path()));
   }
-}
-
-timeval After(timeval start, long us) {
-  start.tv_usec += us;
-  start.tv_sec += start.tv_usec / 1000000;
-  start.tv_usec %= 1000000;
-  return start;
 }
 
 // The file closes after the last nested shutdown; runtime_ms is rounded.
 TEST(Telemetry, NestedSessionsAndRoundedRuntime) {
   std::string records = RunWithTelemetry([] {
+    auto After = [](long us) {
+      timeval t = TelemetrySessionStart();
+      us += t.tv_usec;
+      return timeval{t.tv_sec + us / 1000000, us % 1000000};
+    };
     StartTelemetrySession();
     StartTelemetrySession();
     TelemetryFileProcessing("one");
-    TelemetryShutdownAt(After(TelemetrySessionStart(), 1499));
+    TelemetryShutdownAt(After(1499));
     TelemetryFileProcessing("two"); // one session is still open
-    TelemetryShutdownAt(After(TelemetrySessionStart(), 1500));
+    TelemetryShutdownAt(After(1500));
     TelemetryFileProcessing("three"); // none is: not written
     StartTelemetrySession();
-    TelemetryShutdownAt(After(TelemetrySessionStart(), 2000000));
+    TelemetryShutdownAt(After(2000000));
   });
   EXPECT_EQ(records, Event("file_processing", R"("filename":"one","language":"Unknown")") +
                          Event("shutdown", R"("runtime_ms":1,"runtime_us":1499)") +
