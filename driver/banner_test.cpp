@@ -19,7 +19,8 @@ using testsupport::TempDir;
 
 namespace {
 
-const std::string kNotice = "Corvane Logic Simulation Suite. Copyright (c) 2024 Corvane. All rights reserved.\n";
+const std::string kNotice =
+    "Corvane Logic Simulation Suite. Copyright (c) 2024 Corvane. All rights reserved.\n";
 
 /// First line of what a shell command prints.
 std::string first_line(const std::string &command) {
@@ -28,7 +29,9 @@ std::string first_line(const std::string &command) {
 }
 
 /// \p text padded to 20 columns, then a blank.
-std::string padded(const std::string &text) { return text + std::string(21 - std::min<size_t>(text.size(), 20), ' '); }
+std::string padded(const std::string &text) {
+  return text + std::string(21 - std::min<size_t>(text.size(), 20), ' ');
+}
 
 TEST(Banner, ShowsTheHostFactsLineByLine) {
   const struct {
@@ -43,8 +46,8 @@ TEST(Banner, ShowsTheHostFactsLineByLine) {
     const time_t after = std::time(nullptr);
     ASSERT_EQ(result.status, 1) << result.err;
     // The log holds the same bytes, followed by the error that ended the run.
-    EXPECT_EQ(read_file(dir / "quillc.log"),
-              result.out + "Wrong arguments. Expected arguments:\n   -module <module name>\n   <systemC file>\n");
+    EXPECT_EQ(read_file(dir / "quillc.log"), result.out + "Wrong arguments. Expected arguments:\n"
+                                                           "   -module <module name>\n   <systemC file>\n");
 
     // What changes from run to run becomes N, and the start time T when it
     // is a second of the run.
@@ -77,7 +80,7 @@ TEST(BannerSuppression, OnlyExactVersionAndOptionWords) {
       {{"-version", "-module", "m"}, false},  {{"-module", "m", "-version-verbose"}, false},
       {{"-options", "-module", "m"}, false},  {{"-module", "-version"}, false},
       {{"-Version", "-module", "m"}, true},   {{"-versions", "-module", "m"}, true},
-      {{"--options", "-module", "m"}, true},
+      {{"--options", "-module", "m"}, true},  {{"-Options", "-module", "m"}, true},
   };
   for (const auto &[args, banner] : cases) {
     TempDir dir;

@@ -84,18 +84,6 @@ TEST(AppInfoDeathTest, FailedHostChecksNameTheirLineAndFunction) {
                                ": Assertion `" + c.expr + "' failed");
 }
 
-TEST(LoadAverage, IsPerCpuAndInPercent) {
-  Files file;
-  const std::string cpuinfo = file(eight_cpus());
-  double one = -1, five = -1, fifteen = -1;
-  ad::load_percent(file("4.00 2.00 0.08 3/412 98765\n").c_str(), cpuinfo.c_str(), &one, &five, &fifteen);
-  char text[64];
-  std::snprintf(text, sizeof text, "%.2f%% %.2f%% %.2f%%", one, five, fifteen);
-  EXPECT_STREQ(text, "50.00% 25.00% 1.00%");
-  ad::load_average("/nonexistent/loadavg", cpuinfo.c_str(), &one, &five, &fifteen);
-  EXPECT_EQ(one + five + fifteen, 0.0);
-}
-
 TEST(CpuModel, FirstModelNameWithoutLeadingBlanks) {
   const std::string longModel(600, 'x');
   const std::pair<std::string, std::string> cases[] = {
@@ -112,8 +100,16 @@ TEST(CpuModel, FirstModelNameWithoutLeadingBlanks) {
     EXPECT_EQ(ad::cpu_model(file(cpuinfo).c_str()), model) << cpuinfo;
 }
 
-TEST(HostFiles, MemoryAndClock) {
+TEST(HostFiles, LoadMemoryClockAndCommandOutput) {
   Files file;
+  const std::string cpuinfo = file(eight_cpus());
+  double one = -1, five = -1, fifteen = -1;
+  ad::load_percent(file("4.00 2.00 0.08 3/412 98765\n").c_str(), cpuinfo.c_str(), &one, &five, &fifteen);
+  char text[64];
+  std::snprintf(text, sizeof text, "%.2f%% %.2f%% %.2f%%", one, five, fifteen);
+  EXPECT_STREQ(text, "50.00% 25.00% 1.00%");
+  ad::load_average("/nonexistent/loadavg", cpuinfo.c_str(), &one, &five, &fifteen);
+  EXPECT_EQ(one + five + fifteen, 0.0);
   // Free + buffers + cached in kB, names in any case, the last of each
   // counting; a line without a unit is not read.
   EXPECT_EQ(ad::free_memory(file("MemTotal: 100 kB\nMemFree: 10 kB\nMemAvailable: 50 kB\nBuffers: 2 kB\n"
@@ -123,16 +119,11 @@ TEST(HostFiles, MemoryAndClock) {
             (20 + 2 + 4) * 1024);
   EXPECT_EQ(ad::free_memory(file("MemFree: 3000000000 kB\n").c_str()), 3000000000LL * 1024);
   EXPECT_EQ(ad::free_memory("/nonexistent/meminfo"), 0);
-
   EXPECT_EQ(ad::cpu_freq(file("cpu MHz\t: 1000.5\ncpu MHz\t: 2400.25\n").c_str()), 2400.25e6);
   EXPECT_EQ(ad::cpu_freq(file("processor\t: 0\n").c_str()), 2e9);
   EXPECT_EQ(ad::cpu_freq("/nonexistent/cpuinfo"), 2e9);
-}
-
-TEST(SystemCommand, KeepsFirst2048BytesOfOutput) {
-  std::string out = "stale";
-  system_command_print_message("printf 'a\\nb\\n'", &out);
-  EXPECT_EQ(out, "a\nb\n");
+  // Command output: the first 2048 bytes, nothing from a failed command.
+  std::string out;
   system_command_print_message("head -c 5000 /dev/zero | tr '\\0' x", &out);
   EXPECT_EQ(out, std::string(2048, 'x'));
   system_command_print_message("exit 3", &out);

@@ -51,7 +51,8 @@ TEST(FormatDuration, BranchesAndBoundaries) {
 
 TEST(SplitJoinTrim, SplitKeepsEveryPieceJoinUndoesItTrimTakesOuterSpace) {
   const std::pair<const char *, std::vector<std::string>> cases[] = {
-      {"", {""}}, {"a", {"a"}}, {",", {"", ""}}, {"a,,b,", {"a", "", "b", ""}}, {",-g,-DX=1", {"", "-g", "-DX=1"}},
+      {"", {""}}, {"a", {"a"}}, {",", {"", ""}}, {"a,,b,", {"a", "", "b", ""}},
+      {",-g,-DX=1", {"", "-g", "-DX=1"}},
   };
   for (const auto &[text, pieces] : cases) {
     EXPECT_EQ(splitString(text, ','), pieces) << text;

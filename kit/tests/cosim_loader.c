@@ -109,8 +109,7 @@ static const Step counter[] = {
     {'I', "c", "counter", 0, FAILED, "an object named 'c' exists already"},
     W("c", "reset", 1), W("c", "enable", 1), W("idle", "reset", 0), W("idle", "enable", 0),
     C("c", 3), C("idle", 3), R("c", "count", 0), R("idle", "count", 0),
-    W("c", "reset", 0), C("c", 100), R("c", "count", 100), R("c", "enable", 1),
-    W("c", "enable", 0), C("c", 5), R("c", "count", 100),
+    W("c", "reset", 0), C("c", 100), R("c", "count", 100), W("c", "enable", 0), C("c", 5), R("c", "count", 100),
     W("c", "reset", 1), W("c", "enable", 1), C("c", 1), R("c", "count", 0),
     W("c", "reset", 0), C("c", 260), R("c", "count", 4), /* 8 bits wrap */
     {'W', "c", "nope", 1, CORVANE_SC_ERR_UNKNOWN_PORT, "instance 'c' has no port 'nope'"},
