@@ -40,6 +40,18 @@ int fail(int code, std::string message) {
   return code;
 }
 
+/// Runs \p body and turns whatever the model or SystemC throws into an
+/// error code: no exception may cross the C interface into the simulator.
+template <class Body> int guarded(Body body) {
+  try {
+    return body();
+  } catch (const std::exception &e) {
+    return fail(CORVANE_SC_ERR_SYSTEMC, e.what());
+  } catch (...) {
+    return fail(CORVANE_SC_ERR_SYSTEMC, kUnknownException);
+  }
+}
+
 /// Called before the library first touches SystemC.
 void prepare_kernel() {
   static bool prepared = false;
@@ -183,17 +195,13 @@ int corvane_sc_write_u64(corvane_sc_instance *instance, const char *port, uint64
   if (found->direction == PortDirection::Output)
     return fail(CORVANE_SC_ERR_DIRECTION, "port '" + found->name + "' of instance '" +
                                               instance->name + "' is an output");
-  try {
+  return guarded([&]() -> int {
     std::string error;
     if (!found->signal->write(value, error))
       return fail(CORVANE_SC_ERR_BAD_VALUE,
                   "port '" + found->name + "' of instance '" + instance->name + "': " + error);
-  } catch (const std::exception &e) {
-    return fail(CORVANE_SC_ERR_SYSTEMC, e.what());
-  } catch (...) {
-    return fail(CORVANE_SC_ERR_SYSTEMC, kUnknownException);
-  }
-  return CORVANE_SC_OK;
+    return CORVANE_SC_OK;
+  });
 }
 
 int corvane_sc_read_u64(corvane_sc_instance *instance, const char *port, uint64_t *value) {
@@ -203,31 +211,23 @@ int corvane_sc_read_u64(corvane_sc_instance *instance, const char *port, uint64_
     return code;
   if (!value)
     return fail(CORVANE_SC_ERR_ARGUMENT, "no place for the value");
-  try {
+  return guarded([&]() -> int {
     std::string error;
     if (!found->signal->read(*value, error))
       return fail(CORVANE_SC_ERR_BAD_VALUE,
                   "port '" + found->name + "' of instance '" + instance->name + "' " + error);
-  } catch (const std::exception &e) {
-    return fail(CORVANE_SC_ERR_SYSTEMC, e.what());
-  } catch (...) {
-    return fail(CORVANE_SC_ERR_SYSTEMC, kUnknownException);
-  }
-  return CORVANE_SC_OK;
+    return CORVANE_SC_OK;
+  });
 }
 
 int corvane_sc_advance(corvane_sc_instance *instance, uint64_t nanoseconds) {
   if (instance && !known(instance))
     return fail(CORVANE_SC_ERR_ARGUMENT, "not an instance of this library");
-  try {
+  return guarded([&]() -> int {
     prepare_kernel();
     sc_core::sc_start(sc_core::sc_time(static_cast<double>(nanoseconds), sc_core::SC_NS));
-  } catch (const std::exception &e) {
-    return fail(CORVANE_SC_ERR_SYSTEMC, e.what());
-  } catch (...) {
-    return fail(CORVANE_SC_ERR_SYSTEMC, kUnknownException);
-  }
-  return CORVANE_SC_OK;
+    return CORVANE_SC_OK;
+  });
 }
 
 const char *corvane_sc_last_error(void) { return g_lastError.c_str(); }
