@@ -10,7 +10,7 @@
 #include <cstdarg>
 #include <cstddef>
 
-#define CORVANE_PRINTF(fmt, args) __attribute__((format(printf, fmt, args)))
+#include "util/Compiler.h"
 
 /// Opens \p path for writing (through a compressor for ".gz" and friends),
 /// closing any log that was open, and moves the pending text into it.
@@ -23,11 +23,11 @@ void close_log_file();
 
 /// Standard output and log.  Always returns 1.
 int log_printf(const char *format, ...) CORVANE_PRINTF(1, 2);
-int log_vprintf(const char *format, va_list args);
+int log_vprintf(const char *format, va_list args) CORVANE_VPRINTF(1);
 
 /// Standard error and log.  Always returns 1.
 int log_eprintf(const char *format, ...) CORVANE_PRINTF(1, 2);
-int log_veprintf(const char *format, va_list args);
+int log_veprintf(const char *format, va_list args) CORVANE_VPRINTF(1);
 
 /// As log_printf, but only for \p level below 1.
 void log_printf_level(int level, const char *format, ...) CORVANE_PRINTF(2, 3);

@@ -28,7 +28,7 @@
 ///    characters, so names in any script line up.
 ///  - Trailing blanks of a printed line are dropped.
 
-#include "driver/log.h"
+#include "util/Compiler.h"
 
 #include <cstddef>
 #include <string>

@@ -1,5 +1,6 @@
 #include "util/roster.h"
 
+#include "driver/log.h"
 #include "util/telemetry.h"
 
 #include <cstdint>

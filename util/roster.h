@@ -22,7 +22,7 @@
 ///  - a soft error is never shown as one: it shows as an error, or as a
 ///    warning in override mode 2 (whatever map and overrides say).
 
-#include "driver/log.h"
+#include "util/Compiler.h"
 #include "util/Columnizer.h"
 #include "util/crash.h"
 
@@ -174,7 +174,7 @@ public:
   int ReportMessageToStderr(int severity, const char *id, const char *format, ...)
       CORVANE_PRINTF(4, 5);
   int VReportMessage(int severity, const char *id, bool toStderr, const char *format,
-                     va_list args);
+                     va_list args) CORVANE_VPRINTF(5);
 
   /// The severity a message of \p severity with \p id is shown at.  Codes
   /// outside 0..8 pass through unless the id has an override.
