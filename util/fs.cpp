@@ -16,5 +16,5 @@ double modificationTime(const std::string &path) {
   struct stat info;
   if (::stat(path.c_str(), &info) != 0)
     return 0.0;
-  return static_cast<double>(info.st_mtim.tv_sec) + info.st_mtim.tv_nsec * 1e-9;
+  return static_cast<double>(info.st_mtime);
 }

@@ -15,8 +15,8 @@ bool isRegularFile(const std::string &path);
 /// `stat` succeeds and names a directory (links followed).
 bool isDirectory(const std::string &path);
 
-/// The file's modification time in seconds since the epoch, with its
-/// sub-second part; 0.0 when `stat` fails.
+/// The file's modification time in whole seconds since the epoch; 0.0 when
+/// `stat` fails.
 double modificationTime(const std::string &path);
 
 #endif
