@@ -36,12 +36,22 @@ const char *const kToolVersionVerbose = kToolVersion;
 
 namespace {
 
-// The functions the checks are reported under, as the compiler names them;
-// each public function verifies its own text at compile time.
+// The functions the checks are reported under, spelled as gcc names them
+// whichever compiler builds the library; each public function verifies at
+// compile time that its text names it.
 constexpr char kCpuInfoFunction[] = "std::string f_get_cpu_info()";
 constexpr char kCpuNumberFunction[] = "int real_cpu_number()";
 constexpr char kCommandFunction[] = "void system_command_print_message(const char*, std::string*)";
 constexpr char kCpuFreqFunction[] = "double f_get_cpu_freq()";
+
+/// Whether \p signature is the signature of the function named \p name.
+/// Compilers spell signatures differently ("const char*" or "const char *"),
+/// so the compile-time check of the texts above looks at the name only.
+constexpr bool signs_function(std::string_view signature, std::string_view name) {
+  std::size_t at = signature.find(name);
+  return at != std::string_view::npos && at > 0 && signature[at - 1] == ' ' &&
+         signature.substr(at + name.size()).starts_with("(");
+}
 
 /// Host files are read in lines of at most this many bytes (terminator
 /// included); a longer line is seen as several.
@@ -170,7 +180,7 @@ std::string appinfo_detail::cpu_model(const char *cpuinfo_path) {
 }
 
 std::string f_get_cpu_info() {
-  static_assert(std::string_view(__PRETTY_FUNCTION__) == kCpuInfoFunction);
+  static_assert(signs_function(kCpuInfoFunction, __func__));
   static std::string cached;
   if (cached.empty())
     cached = appinfo_detail::cpu_model("/proc/cpuinfo");
@@ -238,7 +248,7 @@ int appinfo_detail::cpu_count(const char *cpuinfo_path) {
 }
 
 int real_cpu_number() {
-  static_assert(std::string_view(__PRETTY_FUNCTION__) == kCpuNumberFunction);
+  static_assert(signs_function(kCpuNumberFunction, __func__));
   return appinfo_detail::cpu_count("/proc/cpuinfo");
 }
 
@@ -293,12 +303,12 @@ double appinfo_detail::cpu_freq(const char *cpuinfo_path) {
 }
 
 double f_get_cpu_freq() {
-  static_assert(std::string_view(__PRETTY_FUNCTION__) == kCpuFreqFunction);
+  static_assert(signs_function(kCpuFreqFunction, __func__));
   return appinfo_detail::cpu_freq("/proc/cpuinfo");
 }
 
 void system_command_print_message(const char *command, std::string *out) {
-  static_assert(std::string_view(__PRETTY_FUNCTION__) == kCommandFunction);
+  static_assert(signs_function(kCommandFunction, __func__));
   APPINFO_CHECK(command, 251, kCommandFunction);
   // One spare byte beyond the 2048 read keeps the text terminated.
   char buffer[2048 + 1] = {};
