@@ -1,0 +1,3 @@
+#include "util/cmdline.h"
+
+#include <gtest/gtest.h>

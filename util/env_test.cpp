@@ -1,0 +1,3 @@
+#include "util/env.h"
+
+#include <gtest/gtest.h>

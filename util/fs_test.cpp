@@ -1,0 +1,3 @@
+#include "util/fs.h"
+
+#include <gtest/gtest.h>

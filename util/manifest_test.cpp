@@ -1,0 +1,3 @@
+#include "util/manifest.h"
+
+#include <gtest/gtest.h>
