@@ -1,3 +1,284 @@
 #include "util/cmdline.h"
 
+#include "testsupport/testsupport.h"
+#include "util/strings.h"
+
 #include <gtest/gtest.h>
+
+#include <cstdio>
+#include <pty.h>
+#include <termios.h>
+#include <unistd.h>
+
+using testsupport::run_in_child;
+using testsupport::RunResult;
+
+namespace {
+
+/// A tool's options: one of each kind, two groups of its own.
+struct ToolOptions {
+  int32_t speed = 0;
+  StringArg out{"-out", 2, "file:where the result goes"};
+  MultiStringArg include{"-I", 2, "dir:a directory to search"};
+  IntegerArg jobs{"-jobs", 2, "n:parallel jobs", IntegerArg::NotNegative};
+  MutexArg fast{"-fast", 2, "run fast", &speed, 1};
+  MutexArg slow{"-slow", 2, "run slow", &speed, 2};
+  SwitchArg verbose{"-v", 2};
+  StringArg pass{"-pass", 16, "handed to the next tool"};
+  SwitchArg define{"+define", 2, "defines a macro"};
+  SwitchArg old{"-old", 2, "superseded"};
+  SwitchArg older{"-older", 2, "superseded"};
+  StringArg repro{"-repro", 2, "script"};
+  StringArg target{"-target", 2, "machine"};
+  SwitchArg hidden{"-hidden", 4, "in no group"};
+  ToolOptions() {
+    old.Deprecate("-new");
+    older.Deprecate();
+    AddOptionGroup(2 | 16 | 32, "Tool options");
+    SetVersionStrings("9.1", "9.1 verbose");
+  }
+};
+
+/// Parses \p args in a fresh registry, in a child; standard output holds
+/// what the parse printed, "--", then the results.
+RunResult Parse(const std::vector<std::vector<std::string>> &parses, int mode = 1) {
+  return run_in_child([&] {
+    ScopedCmdLine scope;
+    ToolOptions tool;
+    bool ok = true;
+    for (const auto &args : parses)
+      ok = ParseArguments(args[0], args, mode) && ok;
+    std::string clean;
+    for (char *const *arg = CleanArgv(); *arg; ++arg)
+      clean += std::string(*arg) + " ";
+    std::printf("--\n%s files=%s expanded=%s plus=%s fwd=%s clean=%s out=%s I=%s jobs=%d v=%d speed=%d\n",
+                ok ? "ok" : "failed", joinStrings(Files(), ",").c_str(), joinStrings(ExpandedFiles(), ",").c_str(),
+                joinStrings(UnknownPlusArgs(), ",").c_str(), joinStrings(ForwardedArgs(), ",").c_str(),
+                clean.c_str(), tool.out.Value().c_str(), joinStrings(tool.include.Values(), ",").c_str(),
+                tool.jobs.Value(), tool.verbose.Value(), tool.speed);
+  });
+}
+
+TEST(ParseArguments, MessagesAndResults) {
+  const struct {
+    std::vector<std::string> args;
+    const char *err;
+    const char *out;
+  } cases[] = {
+      {{"t", "-out=a", "-out=b"}, "t: error: option '-out' given more than once.\n",
+       "--\nfailed files= expanded= plus= fwd= clean=t -out=a -out=b  out=b I= jobs=0 v=0 speed=0\n"},
+      {{"t", "-I", "x", "-I=y", "-jobs"}, "t: error: option '-jobs' must be given a value.\n",
+       "--\nfailed files= expanded= plus= fwd= clean=t -I x -I=y -jobs  out= I=x,y jobs=0 v=0 speed=0\n"},
+      {{"t", "-v=yes", "--0fast", "-"}, "t: error: invalid switch '--0fast'\nt: error: invalid switch '-'\n",
+       "--\nok files= expanded= plus= fwd= clean=t -v=yes --0fast -  out= I= jobs=0 v=1 speed=0\n"},
+      {{"t", "-hidden", "-nosuch=1", "a.c"}, "t: error: invalid switch '-hidden'\nt: error: invalid switch '-nosuch'\n",
+       "--\nfailed files=a.c expanded=./a.c plus= fwd= clean=t -hidden -nosuch=1 a.c  out= I= jobs=0 v=0 speed=0\n"},
+      {{"t", "-fast", "-slow", "-fast"},
+       "t: error: Argument -slow conflicts with previous-given argument -fast\n"
+       "t: error: option '-fast' given more than once.\n"
+       "t: error: Argument -fast conflicts with previous-given argument -fast\n",
+       "--\nfailed files= expanded= plus= fwd= clean=t -fast -slow -fast  out= I= jobs=0 v=0 speed=1\n"},
+      {{"t", "-old", "-older", "-jobs=-3"},
+       "t: error: option '-old' is deprecated in favor of -new.\nt: error: option '-older' is deprecated.\n"
+       "t: error: Invalid value '-3' for '-jobs' option, which expects a positive value.\n",
+       "--\nfailed files= expanded= plus= fwd= clean=t -old -older -jobs=-3  out= I= jobs=-3 v=0 speed=0\n"},
+      {{"t", "+define+X", "+define", "+foo+1", "-pass", "v", "/abs/b.c", "-version"},
+       "t: error: option '+define' given more than once.\n9.1\n",
+       "--\nfailed files=/abs/b.c expanded=/abs/b.c plus=+foo+1 fwd=+foo+1,-pass,v,-version "
+       "clean=t +define+X +define +foo+1 -pass v /abs/b.c -version  out= I= jobs=0 v=0 speed=0\n"},
+      {{"t", "-repro", "r.sh", "-v", "-target", "x86", "f.c", "-version-verbose", "-options"}, "",
+       "-help -version -version-verbose -exclude-file-offsets -out= -I= -jobs= -fast -slow -v -pass= +define "
+       "-old -older -repro= -target=--\n"
+       "ok files=f.c expanded=./f.c plus= fwd=-version-verbose clean=t -v f.c -version-verbose -options  out= I= "
+       "jobs=0 v=1 speed=0\n"},
+  };
+  for (const auto &c : cases) {
+    const RunResult result = Parse({c.args});
+    EXPECT_EQ(result.err, c.err) << c.args[1];
+    EXPECT_EQ(result.out, c.out) << c.args[1];
+  }
+}
+
+TEST(ParseArguments, ModesKeepOrExtendTheCleanVector) {
+  // Append mode adds all but the first argument; merge mode leaves the
+  // vector alone and skips given options with their values, silently.
+  RunResult result = Parse({{"t", "-out", "a", "x.c"}, {"u", "-v", "-target", "t", "y.c"}});
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, "--\nok files=x.c,y.c expanded=./x.c,./y.c plus= fwd= clean=t -out a x.c -v y.c  out=a "
+                        "I= jobs=0 v=1 speed=0\n");
+  result = Parse({{"t", "-out", "a"}, {"u", "-out", "b", "-v", "z.c"}}, 2);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, "--\nok files=z.c expanded=./z.c plus= fwd= clean= out=a I= jobs=0 v=1 speed=0\n");
+}
+
+TEST(IntegerArg, ValuesAndMessages) {
+  const std::string expects = "p: error: Invalid value '%' for '-n' option, which expects ";
+  const struct {
+    const char *text;
+    uint32_t constraints;
+    const char *out;
+    const char *expected;
+  } cases[] = {
+      {"0x1F", 0, "1 31", ""},
+      {"-12", 0, "1 -12", ""},
+      {"4294967297", 0, "1 1", ""}, // truncated to 32 bits
+      {"0x", 0, "0 0", "an integer.\n"},
+      {"0X10", 0, "0 0", "an integer.\n"},
+      {"12abc", 0, "0 12", "an integer.\n"},
+      {"0", IntegerArg::NotNegative, "1 0", ""},
+      {"-3", IntegerArg::NotNegative, "0 -3", "a positive value.\n"},
+      {"0", IntegerArg::NotZero, "0 0", "a non-zero value.\n"},
+  };
+  for (const auto &c : cases) {
+    const RunResult result = run_in_child([&] {
+      ScopedCmdLine scope(false);
+      SetProgramName("p");
+      IntegerArg arg("-n", 2, "n", c.constraints);
+      const bool ok = arg.Set(c.text);
+      std::printf("%d %d", ok, arg.Value());
+      std::printf(arg.Given() ? "" : " not given");
+    });
+    EXPECT_EQ(result.out, c.out) << c.text;
+    std::string message = *c.expected ? expects + c.expected : "";
+    if (*c.expected)
+      message.replace(message.find('%'), 1, c.text);
+    EXPECT_EQ(result.err, message) << c.text;
+  }
+}
+
+/// About twenty options in three groups, with every case of the listing.
+void PrintToolHelp() {
+  ScopedCmdLine scope;
+  int32_t mode = 0;
+  SwitchArg zeta{"-Zeta", 2, "last despite its capital"};
+  SwitchArg alpha{"-alpha", 2, "first"};
+  StringArg out{"-out", 2, "file:the {result} file"};
+  StringArg lib{"-lib", 2, "a <library> name"};
+  MultiStringArg inc{"-incdir", 2 | 4, "dir:searched for includes"};
+  IntegerArg jobs{"-jobs", 2, "n:parallel jobs"};
+  MutexArg fast{"-fast", 4, "optimise for speed", &mode, 1};
+  MutexArg small{"-small", 4, "optimise for size", &mode, 2};
+  SwitchArg quiet{"-quiet", 4};
+  SwitchArg define{"+define", 4, "name:define a macro"};
+  SwitchArg trace{"+trace", 4, "trace everything"};
+  StringArg seed{"-seed", 4, "seed:random seed"};
+  StringArg verylong{"-a-very-long-option-name-indeed", 4, "value:overflows the column"};
+  SwitchArg gone{"-gone", 2, "deprecated"};
+  SwitchArg internal{"-internal", 2 | 0x100000, "hidden kind"};
+  SwitchArg debug{"-debug", 8, "debug only"};
+  SwitchArg dump{"-dump", 8, "dump tables"};
+  IntegerArg level{"-level", 8, "debug level"};
+  SwitchArg secret{"-secret", 0x100, "in a hidden group"};
+  gone.Deprecate("-alpha");
+  AddOptionGroup(2, "Tool options");
+  AddOptionGroup(4, "Code generation");
+  AddOptionGroup(8, "Debug");
+  AddOptionGroup(0x100, "Hidden");
+  AddOptionGroup(0x100000, "Only hidden kinds");
+  PrintUsage("tool");
+  std::fflush(stdout);
+}
+
+TEST(PrintUsage, ListingToAFile) {
+  const RunResult result = run_in_child(PrintToolHelp);
+  EXPECT_EQ(result.out, R"(
+Corvane tool usage: tool [option(s)] [file(s)]
+
+valid options:
+
+=============================== General options ===============================
+
+  -exclude-file-offsets          Excludes the file offsets from the components when saved to the library
+  -help                          Print summary of generally available command line options
+
+================================ Tool options =================================
+
+  -alpha                         first
+  -incdir dir                    searched for includes
+  -jobs n                        parallel jobs
+  -lib ...                       a library name
+  -out file                      the result file
+  -Zeta                          last despite its capital
+
+=============================== Code generation ===============================
+
+  -a-very-long-option-name-indeed value overflows the column
+  +define name                   define a macro
+  -fast                          optimise for speed
+  -incdir dir                    searched for includes
+  -seed seed                     random seed
+  -small                         optimise for size
+  +trace                         trace everything
+
+==================================== Debug ====================================
+
+  -debug                         debug only
+  -dump                          dump tables
+  -level ...                     debug level
+
+)");
+}
+
+TEST(PrintUsage, ListingOnATerminal) {
+  int master = -1;
+  const pid_t pid = ::forkpty(&master, nullptr, nullptr, nullptr);
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    struct termios raw;
+    ::tcgetattr(1, &raw);
+    ::cfmakeraw(&raw);
+    ::tcsetattr(1, TCSANOW, &raw);
+    PrintToolHelp();
+    ::_exit(0);
+  }
+  std::string text;
+  char buffer[4096];
+  ssize_t n;
+  while ((n = ::read(master, buffer, sizeof buffer)) > 0)
+    text.append(buffer, static_cast<size_t>(n));
+  ::close(master);
+  ::waitpid(pid, nullptr, 0);
+  // ^: red bold, `: blue bold, ~: reset.
+  std::string expected = R"(
+Corvane tool usage: ^tool~ [`option(s)~] [`file(s)~]
+
+valid options:
+
+=============================== General options ===============================
+
+  ^-exclude-file-offsets~          Excludes the file offsets from the components when saved to the library
+  ^-help~                          Print summary of generally available command line options
+
+================================ Tool options =================================
+
+  ^-alpha~                         first
+  ^-incdir `dir~~                    searched for includes
+  ^-jobs `n~~                        parallel jobs
+  ^-lib `...~~                       a `library~ name
+  ^-out `file~~                      the ^result~ file
+  ^-Zeta~                          last despite its capital
+
+=============================== Code generation ===============================
+
+  ^-a-very-long-option-name-indeed `value~~ overflows the column
+  ^+define `name~~                   define a macro
+  ^-fast~                          optimise for speed
+  ^-incdir `dir~~                    searched for includes
+  ^-seed `seed~~                     random seed
+  ^-small~                         optimise for size
+  ^+trace~                         trace everything
+
+==================================== Debug ====================================
+
+  ^-debug~                         debug only
+  ^-dump~                          dump tables
+  ^-level `...~~                     debug level
+
+)";
+  for (const auto &[marker, escape] : {std::pair{'^', "\033[31;1m"}, {'`', "\033[34;1m"}, {'~', "\033[0m"}})
+    for (size_t at; (at = expected.find(marker)) != std::string::npos;)
+      expected.replace(at, 1, escape);
+  EXPECT_EQ(text, expected);
+}
+
+} // namespace

@@ -1,3 +1,75 @@
 #include "util/manifest.h"
 
+#include "testsupport/testsupport.h"
+#include "util/cmdline.h"
+#include "util/strings.h"
+
 #include <gtest/gtest.h>
+
+using testsupport::run_in_child;
+using testsupport::TempDir;
+using testsupport::write_file;
+
+namespace {
+
+TEST(ReadManifest, Tokens) {
+  const std::pair<const char *, const char *> cases[] = {
+      {"-help   \"a b\"  x", "-help|\"a b\"|x"},
+      {"a/b a/ b", "a/b|a/|b"},
+      {"a//c d\ne", "ae"},
+      {"x/*c*/y x/*/y x/**/y x/*a**/y", "xy|xy|xy|xy"},
+      {"abc#note\ndef\rg", "abcdef|g"},
+      {"a\"b c\"d e", "a\"b c\"d|e"},
+      {"a/\"b c", "a/\"b|c"},
+      {"tail/", "tail/"},
+      {"\"open # /* x", "\"open # /* x"},
+      {"x/* never closed", "x"},
+      {"$V/f ~nosuchuser/g", "value/f|/g"},
+      {"", ""},
+      {"# only\n/* comments */ // here", ""},
+  };
+  TempDir dir;
+  for (const auto &[content, expected] : cases) {
+    write_file(dir / "m.f", content);
+    const auto result = run_in_child(
+        [&] {
+          ScopedCmdLine scope;
+          ::setenv("V", "value", 1);
+          std::vector<std::string> tokens;
+          const bool parsed = ReadManifest("m.f", 3, tokens, 0);
+          std::printf("%d %s", parsed, joinStrings(tokens, "|").c_str());
+        },
+        dir.path());
+    EXPECT_EQ(result.out.substr(result.out.find("0 ")), std::string("0 ") + expected) << content;
+    EXPECT_EQ(result.err, "") << content; // the note has severity 0: silenced by default
+  }
+}
+
+TEST(ReadManifest, ParsesUnderItsOwnName) {
+  TempDir dir;
+  std::filesystem::create_directory(dir / "sub");
+  write_file(dir / "sub/good.f", "first -out=o a.c /abs.c // comment");
+  write_file(dir / "sub/bad.f", "first -zz b.c");
+  const auto result = run_in_child(
+      [] {
+        ScopedCmdLine scope;
+        StringArg out("-out", 2, "file:output");
+        AddOptionGroup(2, "Tool");
+        SetProgramName("tool");
+        std::vector<std::string> tokens;
+        for (const char *manifest : {"sub/good.f", "sub/bad.f", "missing.f"}) {
+          const bool ok = ReadManifest(manifest, 1, tokens, 0);
+          std::printf("%s %d [%s]\n", manifest, ok, joinStrings(SearchDirectories(), ",").c_str());
+        }
+        std::printf("%s|%s|%s|%s\n", out.Value().c_str(), joinStrings(ExpandedFiles(), ",").c_str(),
+                    joinStrings(tokens, ",").c_str(), ProgramName().c_str());
+      },
+      dir.path());
+  // The first token stands for the program, as argv[0] does.
+  EXPECT_EQ(result.out, "sub/good.f 1 []\nsub/bad.f 0 [./sub]\nmissing.f 0 [./sub]\n"
+                        "o|./sub/a.c,/abs.c,./sub/b.c|first,-out=o,a.c,/abs.c,first,-zz,b.c|tool\n");
+  EXPECT_EQ(result.err, "./sub/bad.f: error: invalid switch '-zz'\n"
+                        "tool: error: ./sub/missing.f: No such file or directory\n");
+}
+
+} // namespace
