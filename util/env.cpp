@@ -78,10 +78,14 @@ void WriteEnvironment(FILE *stream) {
   }
 }
 
+bool HasEnvReferences(std::string_view text) {
+  return text.find('$') != std::string_view::npos || (!text.empty() && text[0] == '~');
+}
+
 std::string ExpandEnv(std::string_view text) {
   // Most names hold neither a variable nor a home reference: spare them the
   // walk (the parser expands every file argument).
-  if (text.find('$') == std::string_view::npos && (text.empty() || text[0] != '~'))
+  if (!HasEnvReferences(text))
     return std::string(text);
 
   std::string out;

@@ -41,6 +41,10 @@ void WriteEnvironment(FILE *stream);
 /// when the roster shows it, the variables and values follow.
 std::string ExpandEnv(std::string_view text);
 
+/// True when ExpandEnv(\p text) has anything to do: a "$" anywhere or a
+/// leading "~".  Otherwise the expansion is \p text itself, with no note.
+bool HasEnvReferences(std::string_view text);
+
 /// Opens the expansion of \p name with open_stream() (compressed names
 /// included).  Close the result with close_stream().
 FILE *open_stream_expanded(const char *name, const char *mode);

@@ -4,27 +4,54 @@
 #include "util/env.h"
 #include "util/roster.h"
 
-#include <cctype>
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 
 namespace {
 
-/// Buffered reading of one character at a time.
+/// Characters that end a run of ordinary token text outside quotes: the
+/// white space of the C locale, "#", "/" and the double quote.
+constexpr std::array<bool, 256> kSpecial = [] {
+  std::array<bool, 256> special = {};
+  for (unsigned char c : {' ', '\t', '\n', '\v', '\f', '\r', '#', '/', '"'})
+    special[c] = true;
+  return special;
+}();
+
+bool IsSpecial(char c) { return kSpecial[static_cast<unsigned char>(c)]; }
+
+/// White space of the C locale.
+bool IsSpace(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+/// Buffered reading, one character or one run of characters at a time.
 class CharReader {
 public:
   explicit CharReader(FILE *file) : m_File(file) {}
 
   int Get() {
-    if (m_Next == m_End) {
-      m_End = std::fread(m_Buffer, 1, sizeof m_Buffer, m_File);
-      m_Next = 0;
-      if (m_End == 0)
-        return EOF;
-    }
+    if (!Fill())
+      return EOF;
     return static_cast<unsigned char>(m_Buffer[m_Next++]);
+  }
+
+  /// Appends to \p out the characters up to the next one for which \p stop
+  /// holds, without consuming that one.  False at end of file.
+  template <class Stop> bool AppendUntil(std::string &out, Stop stop) {
+    while (Fill()) {
+      const char *begin = m_Buffer + m_Next, *end = m_Buffer + m_End, *at = begin;
+      while (at != end && !stop(*at))
+        ++at;
+      out.append(begin, at);
+      m_Next += static_cast<size_t>(at - begin);
+      if (at != end)
+        return true;
+    }
+    return false;
   }
 
   /// Skips up to and including the next line feed or carriage return.
@@ -45,13 +72,19 @@ public:
   }
 
 private:
+  bool Fill() {
+    if (m_Next == m_End) {
+      m_End = std::fread(m_Buffer, 1, sizeof m_Buffer, m_File);
+      m_Next = 0;
+    }
+    return m_Next != m_End;
+  }
+
   FILE *m_File;
   char m_Buffer[65536];
   size_t m_Next = 0;
   size_t m_End = 0;
 };
-
-bool IsSpace(int c) { return std::isspace(c) != 0; }
 
 /// The directory relative names of the manifest at \p path are found in.
 std::string ManifestDirectory(const std::string &path) {
@@ -63,32 +96,35 @@ std::string ManifestDirectory(const std::string &path) {
   return path.substr(0, slash);
 }
 
-void Tokenize(FILE *file, std::vector<std::string> &tokens, std::vector<std::string> &local) {
+/// Splits \p file into tokens, each expanded into \p tokens and, expanded
+/// again, into \p local when that is wanted.
+void Tokenize(FILE *file, std::vector<std::string> &tokens, std::vector<std::string> *local) {
   auto reader = std::make_unique<CharReader>(file);
   std::string buffer;
   auto finish = [&] {
-    tokens.push_back(ExpandEnv(buffer));
-    local.push_back(ExpandEnv(buffer));
+    if (HasEnvReferences(buffer)) {
+      tokens.push_back(ExpandEnv(buffer));
+      // The second expansion also repeats the note, wanted or not.
+      std::string again = ExpandEnv(buffer);
+      if (local)
+        local->push_back(std::move(again));
+    } else {
+      if (local)
+        local->push_back(buffer);
+      tokens.push_back(std::move(buffer));
+    }
     buffer.clear();
   };
-  bool quoted = false;
-  for (int c = reader->Get(); c != EOF; c = reader->Get()) {
-    if (quoted) {
-      buffer += static_cast<char>(c);
-      if (c == '"')
-        quoted = false;
-      continue;
-    }
+  for (;;) {
+    if (!reader->AppendUntil(buffer, IsSpecial))
+      break;
+    const int c = reader->Get();
     if (IsSpace(c)) {
       if (!buffer.empty())
         finish();
-      continue;
-    }
-    if (c == '#') {
+    } else if (c == '#') {
       reader->SkipLine();
-      continue;
-    }
-    if (c == '/') {
+    } else if (c == '/') {
       const int d = reader->Get();
       if (d == EOF) {
         buffer += '/';
@@ -106,11 +142,13 @@ void Tokenize(FILE *file, std::vector<std::string> &tokens, std::vector<std::str
         buffer += '/';
         buffer += static_cast<char>(d);
       }
-      continue;
+    } else {
+      // A double quote: everything up to the closing one is token text.
+      buffer += '"';
+      if (!reader->AppendUntil(buffer, [](char x) { return x == '"'; }))
+        break;
+      buffer += static_cast<char>(reader->Get());
     }
-    buffer += static_cast<char>(c);
-    if (c == '"')
-      quoted = true;
   }
   if (!buffer.empty())
     finish();
@@ -129,11 +167,17 @@ bool ReadManifest(const std::string &path, int directoryMode, std::vector<std::s
   if (directoryMode & 2)
     ReportMessageToStderr(kSeverityContinuation, nullptr, "Reading manifest file %s\n", resolved.c_str());
 
+  const bool parse = directoryMode < 3;
   std::vector<std::string> local;
-  Tokenize(file, tokens, local);
+  // Room for the tokens of a typical manifest up front spares the list its
+  // copies as it grows; capped, since the size says little about a hostile
+  // file's token count.
+  struct stat info;
+  if (::fstat(fileno(file), &info) == 0 && S_ISREG(info.st_mode))
+    tokens.reserve(tokens.size() + std::min<size_t>(static_cast<size_t>(info.st_size) / 16, size_t(1) << 23));
+  Tokenize(file, tokens, parse ? &local : nullptr);
   std::fclose(file);
 
-  const bool parse = directoryMode < 3;
   const bool ownDirectory = parse ? (directoryMode & 1) != 0 : directoryMode == 4;
   AddSearchDirectory(ownDirectory ? ManifestDirectory(resolved) : ".");
   if (!parse)
