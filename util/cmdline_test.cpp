@@ -112,37 +112,28 @@ TEST(ParseArguments, ModesKeepOrExtendTheCleanVector) {
 }
 
 TEST(IntegerArg, ValuesAndMessages) {
-  const std::string expects = "p: error: Invalid value '%' for '-n' option, which expects ";
-  const struct {
-    const char *text;
-    uint32_t constraints;
-    const char *out;
-    const char *expected;
-  } cases[] = {
+  const std::tuple<const char *, uint32_t, const char *, const char *> cases[] = {
       {"0x1F", 0, "1 31", ""},
-      {"-12", 0, "1 -12", ""},
       {"4294967297", 0, "1 1", ""}, // truncated to 32 bits
-      {"0x", 0, "0 0", "an integer.\n"},
-      {"0X10", 0, "0 0", "an integer.\n"},
-      {"12abc", 0, "0 12", "an integer.\n"},
+      {"0x", 0, "0 0", "p: error: Invalid value '0x' for '-n' option, which expects an integer.\n"},
+      {"0X10", 0, "0 0", "p: error: Invalid value '0X10' for '-n' option, which expects an integer.\n"},
+      {"12abc", 0, "0 12", "p: error: Invalid value '12abc' for '-n' option, which expects an integer.\n"},
       {"0", IntegerArg::NotNegative, "1 0", ""},
-      {"-3", IntegerArg::NotNegative, "0 -3", "a positive value.\n"},
-      {"0", IntegerArg::NotZero, "0 0", "a non-zero value.\n"},
+      {"-3", IntegerArg::NotNegative, "0 -3", "p: error: Invalid value '-3' for '-n' option, which expects a positive value.\n"},
+      {"0", IntegerArg::NotZero, "0 0", "p: error: Invalid value '0' for '-n' option, which expects a non-zero value.\n"},
   };
-  for (const auto &c : cases) {
+  for (const auto &[text, constraints, out, err] : cases) {
+    const char *value = text;
+    const uint32_t limits = constraints;
     const RunResult result = run_in_child([&] {
       ScopedCmdLine scope(false);
       SetProgramName("p");
-      IntegerArg arg("-n", 2, "n", c.constraints);
-      const bool ok = arg.Set(c.text);
-      std::printf("%d %d", ok, arg.Value());
-      std::printf(arg.Given() ? "" : " not given");
+      IntegerArg arg("-n", 2, "n", limits);
+      const bool ok = arg.Set(value);
+      std::printf("%d %d%s", ok, arg.Value(), arg.Given() ? "" : " not given");
     });
-    EXPECT_EQ(result.out, c.out) << c.text;
-    std::string message = *c.expected ? expects + c.expected : "";
-    if (*c.expected)
-      message.replace(message.find('%'), 1, c.text);
-    EXPECT_EQ(result.err, message) << c.text;
+    EXPECT_EQ(result.out, out) << text;
+    EXPECT_EQ(result.err, err) << text;
   }
 }
 
@@ -179,66 +170,9 @@ void PrintToolHelp() {
   std::fflush(stdout);
 }
 
-TEST(PrintUsage, ListingToAFile) {
-  const RunResult result = run_in_child(PrintToolHelp);
-  EXPECT_EQ(result.out, R"(
-Corvane tool usage: tool [option(s)] [file(s)]
-
-valid options:
-
-=============================== General options ===============================
-
-  -exclude-file-offsets          Excludes the file offsets from the components when saved to the library
-  -help                          Print summary of generally available command line options
-
-================================ Tool options =================================
-
-  -alpha                         first
-  -incdir dir                    searched for includes
-  -jobs n                        parallel jobs
-  -lib ...                       a library name
-  -out file                      the result file
-  -Zeta                          last despite its capital
-
-=============================== Code generation ===============================
-
-  -a-very-long-option-name-indeed value overflows the column
-  +define name                   define a macro
-  -fast                          optimise for speed
-  -incdir dir                    searched for includes
-  -seed seed                     random seed
-  -small                         optimise for size
-  +trace                         trace everything
-
-==================================== Debug ====================================
-
-  -debug                         debug only
-  -dump                          dump tables
-  -level ...                     debug level
-
-)");
-}
-
-TEST(PrintUsage, ListingOnATerminal) {
-  int master = -1;
-  const pid_t pid = ::forkpty(&master, nullptr, nullptr, nullptr);
-  ASSERT_GE(pid, 0);
-  if (pid == 0) {
-    struct termios raw;
-    ::tcgetattr(1, &raw);
-    ::cfmakeraw(&raw);
-    ::tcsetattr(1, TCSANOW, &raw);
-    PrintToolHelp();
-    ::_exit(0);
-  }
-  std::string text;
-  char buffer[4096];
-  ssize_t n;
-  while ((n = ::read(master, buffer, sizeof buffer)) > 0)
-    text.append(buffer, static_cast<size_t>(n));
-  ::close(master);
-  ::waitpid(pid, nullptr, 0);
-  // ^: red bold, `: blue bold, ~: reset.
+/// The listing of PrintToolHelp(), marked up: ^ red bold, ` blue bold, ~
+/// reset.  Off a terminal the marks are simply absent.
+std::string ExpectedHelp(bool terminal) {
   std::string expected = R"(
 Corvane tool usage: ^tool~ [`option(s)~] [`file(s)~]
 
@@ -274,11 +208,35 @@ valid options:
   ^-dump~                          dump tables
   ^-level `...~~                     debug level
 
-)";
+)";;
   for (const auto &[marker, escape] : {std::pair{'^', "\033[31;1m"}, {'`', "\033[34;1m"}, {'~', "\033[0m"}})
     for (size_t at; (at = expected.find(marker)) != std::string::npos;)
-      expected.replace(at, 1, escape);
-  EXPECT_EQ(text, expected);
+      expected.replace(at, 1, terminal ? escape : "");
+  return expected;
+}
+
+TEST(PrintUsage, ListingToAFile) { EXPECT_EQ(run_in_child(PrintToolHelp).out, ExpectedHelp(false)); }
+
+TEST(PrintUsage, ListingOnATerminal) {
+  int master = -1;
+  const pid_t pid = ::forkpty(&master, nullptr, nullptr, nullptr);
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    struct termios raw;
+    ::tcgetattr(1, &raw);
+    ::cfmakeraw(&raw);
+    ::tcsetattr(1, TCSANOW, &raw);
+    PrintToolHelp();
+    ::_exit(0);
+  }
+  std::string text;
+  char buffer[4096];
+  ssize_t n;
+  while ((n = ::read(master, buffer, sizeof buffer)) > 0)
+    text.append(buffer, static_cast<size_t>(n));
+  ::close(master);
+  ::waitpid(pid, nullptr, 0);
+  EXPECT_EQ(text, ExpectedHelp(true));
 }
 
 } // namespace

