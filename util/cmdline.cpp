@@ -259,6 +259,7 @@ CmdArg *FindPlusOption(CmdLineState &state, std::string_view arg) {
 
 void RebuildCleanArgv(CmdLineState &state) {
   state.cleanArgv.clear();
+  state.cleanArgv.reserve(state.cleanArgs.size() + 1);
   for (std::string &arg : state.cleanArgs)
     state.cleanArgv.push_back(arg.data());
   state.cleanArgv.push_back(nullptr);
@@ -270,6 +271,8 @@ void UpdateCleanArgs(CmdLineState &state, const std::vector<std::string> &args, 
     start = 1;
   else
     state.cleanArgs.clear();
+  if (args.size() > start)
+    state.cleanArgs.reserve(state.cleanArgs.size() + args.size() - start);
   for (size_t i = start; i < args.size(); ++i) {
     if (args[i] == "-repro" || args[i] == "-target") {
       ++i;
