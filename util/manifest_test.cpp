@@ -69,4 +69,22 @@ TEST(ReadManifest, ParsesUnderItsOwnName) {
                         "tool: error: ./sub/missing.f: No such file or directory\n");
 }
 
+TEST(ReadManifest, DirectoryModes) {
+  // The parse fails (-bad), so the directory pushed stays on the stack.
+  TempDir dir;
+  std::filesystem::create_directory(dir / "sub");
+  write_file(dir / "sub/m.f", "x -bad");
+  const auto result = run_in_child(
+      [] {
+        for (int mode : {0, 1, 2, 3, 4, 5, -1, -2, -3}) {
+          ScopedCmdLine scope;
+          std::vector<std::string> tokens;
+          const bool ok = ReadManifest("sub/m.f", mode, tokens, 0);
+          std::printf("%d:%d:%s ", mode, ok, joinStrings(SearchDirectories(), ",").c_str());
+        }
+      },
+      dir.path());
+  EXPECT_EQ(result.out, "0:0:. 1:0:./sub 2:0:. 3:0:. 4:0:./sub 5:0:. -1:0:./sub -2:0:. -3:0:./sub ");
+}
+
 } // namespace
