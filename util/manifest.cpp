@@ -2,6 +2,7 @@
 
 #include "util/cmdline.h"
 #include "util/env.h"
+#include "util/fs.h"
 #include "util/roster.h"
 
 #include <algorithm>
@@ -159,7 +160,9 @@ void Tokenize(FILE *file, std::vector<std::string> &tokens, std::vector<std::str
 bool ReadManifest(const std::string &path, int directoryMode, std::vector<std::string> &tokens,
                   int parseMode) {
   const std::string resolved = ResolveFile(ExpandEnv(path));
-  FILE *file = std::fopen(resolved.c_str(), "r");
+  // A directory opens, but reads as an error: refuse it here, as a file
+  // that cannot be opened.
+  FILE *file = isDirectory(resolved) ? (errno = EISDIR, nullptr) : std::fopen(resolved.c_str(), "r");
   if (!file) {
     ReportError("%s: %s\n", resolved.c_str(), std::strerror(errno));
     return false;

@@ -54,7 +54,7 @@ TEST(ReadManifest, ParsesUnderItsOwnName) {
         AddOptionGroup(2, "Tool");
         SetProgramName("tool");
         std::vector<std::string> tokens;
-        for (const char *manifest : {"sub/good.f", "sub/bad.f", "missing.f"}) {
+        for (const char *manifest : {"sub/good.f", "sub/bad.f", "missing.f", "."}) {
           const bool ok = ReadManifest(manifest, 1, tokens, 0);
           std::printf("%s %d [%s]\n", manifest, ok, joinStrings(SearchDirectories(), ",").c_str());
         }
@@ -63,10 +63,11 @@ TEST(ReadManifest, ParsesUnderItsOwnName) {
       },
       dir.path());
   // The first token stands for the program, as argv[0] does.
-  EXPECT_EQ(result.out, "sub/good.f 1 []\nsub/bad.f 0 [./sub]\nmissing.f 0 [./sub]\n"
+  EXPECT_EQ(result.out, "sub/good.f 1 []\nsub/bad.f 0 [./sub]\nmissing.f 0 [./sub]\n. 0 [./sub]\n"
                         "o|./sub/a.c,/abs.c,./sub/b.c|first,-out=o,a.c,/abs.c,first,-zz,b.c|tool\n");
   EXPECT_EQ(result.err, "./sub/bad.f: error: invalid switch '-zz'\n"
-                        "tool: error: ./sub/missing.f: No such file or directory\n");
+                        "tool: error: ./sub/missing.f: No such file or directory\n"
+                        "tool: error: ./sub/.: Is a directory\n");
 }
 
 TEST(ReadManifest, DirectoryModes) {
