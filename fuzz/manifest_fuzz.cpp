@@ -31,7 +31,9 @@ bool UnquotedSpace(const std::string &token) {
 
 /// Reads \p bytes as a manifest and returns its tokens.
 std::vector<std::string> Tokens(const std::string &bytes) {
-  static const std::string path = "/tmp/manifest_fuzz_" + std::to_string(::getpid()) + ".f";
+  // Memory-backed where there is one: the file is rewritten on every run.
+  static const std::string path =
+      std::string(::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/manifest_fuzz_" + std::to_string(::getpid()) + ".f";
   std::vector<std::string> tokens;
   FILE *file = std::fopen(path.c_str(), "wb");
   if (!file)
@@ -41,6 +43,7 @@ std::vector<std::string> Tokens(const std::string &bytes) {
   ScopedCmdLine scope(false);
   if (ReadManifest(path, 3, tokens, 0)) // mode 3 never parses
     __builtin_trap();
+  ::unlink(path.c_str());
   return tokens;
 }
 
