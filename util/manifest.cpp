@@ -177,7 +177,7 @@ bool ReadManifest(const std::string &path, int directoryMode, std::vector<std::s
   // file's token count.
   struct stat info;
   if (::fstat(fileno(file), &info) == 0 && S_ISREG(info.st_mode))
-    tokens.reserve(tokens.size() + std::min<size_t>(static_cast<size_t>(info.st_size) / 16, size_t(1) << 23));
+    tokens.reserve(tokens.size() + std::min<size_t>(static_cast<size_t>(info.st_size) / 8, size_t(1) << 23));
   Tokenize(file, tokens, parse ? &local : nullptr);
   std::fclose(file);
 
