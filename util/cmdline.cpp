@@ -257,6 +257,13 @@ CmdArg *FindPlusOption(CmdLineState &state, std::string_view arg) {
   return best == std::string::npos ? nullptr : state.args[best];
 }
 
+/// Room for \p extra more entries, growing geometrically, so that many small
+/// parses into the same lists stay linear.
+template <class T> void ReserveMore(std::vector<T> &list, size_t extra) {
+  if (list.size() + extra > list.capacity())
+    list.reserve(std::max(list.size() + extra, 2 * list.capacity()));
+}
+
 void RebuildCleanArgv(CmdLineState &state) {
   state.cleanArgv.clear();
   state.cleanArgv.reserve(state.cleanArgs.size() + 1);
@@ -272,7 +279,7 @@ void UpdateCleanArgs(CmdLineState &state, const std::vector<std::string> &args, 
   else
     state.cleanArgs.clear();
   if (args.size() > start)
-    state.cleanArgs.reserve(state.cleanArgs.size() + args.size() - start);
+    ReserveMore(state.cleanArgs, args.size() - start);
   for (size_t i = start; i < args.size(); ++i) {
     if (args[i] == "-repro" || args[i] == "-target") {
       ++i;
@@ -309,6 +316,18 @@ bool ParseArguments(const std::string &programName, const std::vector<std::strin
 
   const uint32_t accepted = AcceptedKinds();
   UpdateIndex(state);
+  // Size the result lists once for a long command line: every argument
+  // that starts with neither "-" nor "+" may be a file, every "+" one may
+  // be forwarded.
+  size_t fileArgs = 0, plusArgs = 0;
+  for (size_t i = 1; i < args.size(); ++i) {
+    const char first = args[i].empty() ? '\0' : args[i][0];
+    fileArgs += first != '-' && first != '+';
+    plusArgs += first == '+';
+  }
+  ReserveMore(state.files, fileArgs);
+  ReserveMore(state.expandedFiles, fileArgs);
+  ReserveMore(state.forwardedArgs, plusArgs);
   bool result = true;
 
   for (size_t i = 1; i < args.size(); ++i) {

@@ -176,8 +176,11 @@ bool ReadManifest(const std::string &path, int directoryMode, std::vector<std::s
   // copies as it grows; capped, since the size says little about a hostile
   // file's token count.
   struct stat info;
-  if (::fstat(fileno(file), &info) == 0 && S_ISREG(info.st_mode))
-    tokens.reserve(tokens.size() + std::min<size_t>(static_cast<size_t>(info.st_size) / 8, size_t(1) << 23));
+  if (::fstat(fileno(file), &info) == 0 && S_ISREG(info.st_mode)) {
+    const size_t wanted = tokens.size() + std::min<size_t>(static_cast<size_t>(info.st_size) / 8, size_t(1) << 23);
+    if (wanted > tokens.capacity())
+      tokens.reserve(std::max(wanted, 2 * tokens.capacity()));
+  }
   Tokenize(file, tokens, parse ? &local : nullptr);
   std::fclose(file);
 
