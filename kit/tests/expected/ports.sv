@@ -3,10 +3,42 @@
 //
 // The body of each module is its SystemC model in libcorvanesc.so, which
 // the simulator connects to these ports; seen from HDL alone the inputs
-// are unused and the outputs undriven, and one file holds every module.
+// are unused and the outputs undriven, one file holds every module, and
+// a linter that holds shortreal as real need not say so.
 // verilator lint_off UNUSEDSIGNAL
 // verilator lint_off UNDRIVEN
 // verilator lint_off DECLFILENAME
+// verilator lint_off SHORTREAL
+
+module mixer (
+  input bit clk,
+  input real gain,
+  input shortreal bias,
+  output real level,
+  input bit enable_0,
+  input bit enable_1,
+  input bit enable_2,
+  input bit enable_0_2,
+  input bit reg_,
+  output bit [1:0] count
+);
+endmodule
+
+module wide (
+  input bit valid,
+  input bit [127:0] data,
+  input bit signed [199:0] offset,
+  output bit signed [199:0] sum,
+  input logic [127:0] lanes,
+  output logic [127:0] lanes_out
+);
+endmodule
+
+module inc12 (
+  input bit [11:0] in,
+  output bit [11:0] out
+);
+endmodule
 
 module all_types (
   input bit b,
@@ -28,11 +60,12 @@ endmodule
 module odd (
   input bit ok,
   input bit port_0
-  // level: no SystemVerilog type for sc_core::sc_in<double>
-  // wide: no SystemVerilog type for sc_core::sc_out<sc_dt::sc_biguint<100> >
+  // level: no SystemVerilog type for sc_core::sc_inout<double>
+  // line: no SystemVerilog type for sc_core::sc_in_resolved
 );
 endmodule
 
+// verilator lint_on SHORTREAL
 // verilator lint_on DECLFILENAME
 // verilator lint_on UNDRIVEN
 // verilator lint_on UNUSEDSIGNAL
