@@ -69,7 +69,7 @@ const LibClang *libclang(std::string &error) {
       if ((handle = dlopen(candidate, RTLD_NOW | RTLD_LOCAL)))
         break;
     if (!handle) {
-      failure = std::string("no libclang (") + candidates.front() + ": " + dlerror() + ")";
+      failure = std::string("no libclang (") + dlerror() + ")";
       return nullptr;
     }
     auto *lib = new LibClang;
