@@ -184,7 +184,8 @@ static const Step ports[] = {
     {'I', "i", "inc12", 0, OK, NULL},
     /* Names from the source, in the wrapper's order. */
     {'P', "m", "enable_0_2", 7, OK, NULL, 1}, {'P', "w", "sum", 3, OK, NULL, 200},
-    {'P', "m", NULL, 10, ARG, "no port number 10 on instance 'm'"}, A("o"),
+    {'P', "m", "strobe_fall", 10, OK, NULL, 1},
+    {'P', "m", NULL, 12, ARG, "no port number 12 on instance 'm'"}, A("o"),
     /* Logic vectors start as X. */
     {'R', "o", "lv_out", 0, VALUE, "port 'lv_out' of instance 'o' holds XXXXX"},
     {'R', "o", "l", 0, VALUE, "holds X"},

@@ -5,9 +5,14 @@
 // constructor names.
 #include "systemc.h"
 
+struct strobe_pair {
+  sc_in<bool> rise, fall;
+};
+
 // Mixes real values; counts its enables.  A member named as a
-// SystemVerilog keyword, a port array, and a port named in the
-// constructor with a name that the array's first port wants too.
+// SystemVerilog keyword, a port array, a port named in the constructor
+// with a name that the array's first port wants too, and ports in a
+// member struct.
 SC_MODULE(mixer) {
   sc_in_clk clk;
   sc_in<double> gain;
@@ -16,6 +21,7 @@ SC_MODULE(mixer) {
   sc_in<bool> enable[3];
   sc_in<bool> tap;
   sc_in<bool> reg;
+  strobe_pair strobe;
   sc_out<sc_uint<2>> count;
 
   void mix();

@@ -20,6 +20,8 @@ module mixer (
   input bit enable_2,
   input bit enable_0_2,
   input bit reg_,
+  input bit strobe_rise,
+  input bit strobe_fall,
   output bit [1:0] count
 );
 endmodule
