@@ -24,9 +24,11 @@
  *       - a port named in the module's constructor (clk("clk")) keeps
  *         that name;
  *       - any other port takes its member name as the C++ source writes
- *         it, also for members of a base class, of a class template and
- *         of a member struct ("<member>_<port>"), which the wrapper
- *         generator reads from the source with libclang;
+ *         it, also for members of the first base class (and of its
+ *         first, ...), of a class template and of a member struct
+ *         ("<member>_<port>"), which the wrapper generator reads from the
+ *         source with libclang; a port that is no member (made with new,
+ *         or in a later base class) keeps SystemC's name;
  *       - an array of ports takes the member name and each index:
  *         d[4] gives d_0 .. d_3, m[2][3] gives m_0_0 .. m_1_2;
  *       - without the front end (libclang not installed, or the source

@@ -12,8 +12,9 @@
 /// Values cross as words: arrays of 64-bit words, least significant first,
 /// ceil(width / 64) of them, with an a/b pair per bit for four-valued
 /// types (0: a0 b0, 1: a1 b0, Z: a0 b1, X: a1 b1).  Bits above the width
-/// are unspecified in what a signal reads and ignored in what it writes;
-/// corvane_sc_cosim.h gives the rules that the library applies around them.
+/// are unspecified in what a signal reads and must be 0 in what it is
+/// given to write; corvane_sc_cosim.h gives the rules that the library
+/// applies around them.
 
 #include <systemc>
 
