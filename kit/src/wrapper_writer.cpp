@@ -192,7 +192,7 @@ std::string render_port_types(const std::vector<WrapperModule> &modules) {
                      "// for the co-simulation library's start-up source.\n"
                      "#include \"corvane_sc_glue.h\"\n\n"
                      "namespace corvane_sc_design {\n\n"
-                     "inline void add_port_types(corvane_sc::GlueTable &table) {\n";
+                     "inline void add_port_types([[maybe_unused]] corvane_sc::GlueTable &table) {\n";
   std::set<std::string> added;
   for (const WrapperModule &module : modules)
     for (const WrapperPort &port : module.ports)
@@ -231,6 +231,12 @@ std::string render_port_names(const std::vector<WrapperModule> &modules) {
 }
 
 int run_wrapper_generator() {
+  // Glue of an earlier run must not outlive a run that stops short of
+  // writing its own: the library is then built with none.
+  const std::string directory = std::string(kBuildDirectory) + "/";
+  std::remove((directory + kPortTypeMappingHeader).c_str());
+  std::remove((directory + kModuleFactorySource).c_str());
+
   int status = 0;
   std::vector<WrapperModule> modules;
   SourceNames sources;
@@ -260,7 +266,6 @@ int run_wrapper_generator() {
     }
   }
 
-  const std::string directory = std::string(kBuildDirectory) + "/";
   const bool written = write_file(kWrapperOutput, render_wrappers(modules)) &&
                        write_file(directory + kPortTypeMappingHeader, render_port_types(modules)) &&
                        write_file(directory + kModuleFactorySource, render_port_names(modules));
