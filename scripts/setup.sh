@@ -12,7 +12,7 @@ build=${1:-$root/build}
 packages=(
   g++ cmake ninja-build make python3
   libfmt-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
-  libsystemc-dev verilator
+  libsystemc-dev libclang-14-dev verilator
   gzip bzip2 xz-utils ncompress
   lsb-release procps hostname
 )

@@ -3,8 +3,8 @@
 // An 8-bit counter: counts up on every rising clock edge while enabled,
 // synchronous reset to zero.
 //
-// The ports are named in the constructor: SystemC cannot see member names,
-// and the wrapper and the co-simulation address ports by these names.
+// As in most SystemC code, no constructor names the ports: the wrapper and
+// the co-simulation know them by their member names all the same.
 SC_MODULE(counter) {
   sc_in<bool> clk;
   sc_in<bool> reset;
@@ -19,7 +19,7 @@ SC_MODULE(counter) {
     count.write(value);
   }
 
-  SC_CTOR(counter) : clk("clk"), reset("reset"), enable("enable"), count("count"), value(0) {
+  SC_CTOR(counter) : value(0) {
     SC_METHOD(step);
     sensitive << clk.pos();
     // Only a clock edge may count, not the start of the simulation.

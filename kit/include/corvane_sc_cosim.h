@@ -18,20 +18,70 @@
  *     with CORVANE_SC_ERR_ELABORATED.  Instances live until the process
  *     ends; there is no way to delete one.
  *
- *  3. Ports.  Every port of an instance is bound to a signal that the
- *     library owns, and is addressed by its SystemC base name ("clk").
- *     Supported data types: bool, sc_logic, the C++ integer types, and
- *     sc_uint<N>, sc_int<N>, sc_bv<N>, sc_lv<N> for N up to 64.  A module
- *     with any other port type cannot be instantiated
- *     (CORVANE_SC_ERR_UNSUPPORTED_PORT).
+ *  3. Ports and their names.  Every port of an instance is bound to a
+ *     signal that the library owns, and is addressed by the name that
+ *     wrapper.sv gives it:
+ *       - a port named in the module's constructor (clk("clk")) keeps
+ *         that name;
+ *       - any other port takes its member name as the C++ source writes
+ *         it, also for members of the first base class (and of its
+ *         first, ...), of a class template and of a member struct
+ *         ("<member>_<port>"), which the wrapper generator reads from the
+ *         source with libclang; a port that is no member (made with new,
+ *         or in a later base class) keeps SystemC's name;
+ *       - an array of ports takes the member name and each index:
+ *         d[4] gives d_0 .. d_3, m[2][3] gives m_0_0 .. m_1_2;
+ *       - without the front end (libclang not installed, or the source
+ *         does not parse with it; the variable CORVANE_LIBCLANG names
+ *         another libclang to load) a port keeps SystemC's name, port_0,
+ *         port_1, ..., and the generator warns about each;
+ *       - the name is then made a legal SystemVerilog identifier: any
+ *         character other than a letter, a digit or "_" becomes "_", a
+ *         leading digit gets "_" before it, and a SystemVerilog keyword
+ *         gets "_" after it (input_, reg_); a port that wants a name that
+ *         an earlier port of the module has takes the first of
+ *         <name>_2, <name>_3, ... that no port wants.
+ *     corvane_sc_port_count() and corvane_sc_port_info() list them.
  *
- *  4. Values.  Values travel as 64-bit unsigned numbers.  A value fits an
- *     N-bit port when it is below 2^N, or, for a signed port (sc_int<N> and
- *     the signed C++ types), when it is the 64-bit sign extension of an
- *     N-bit number: both 0xff and 0xffffffffffffffff write -1 into an
- *     sc_int<8>.  Reads of signed ports come back sign-extended.  bool and
- *     sc_logic take 0 and 1.  sc_logic and sc_lv ports holding X or Z bits
- *     cannot be read as a number (CORVANE_SC_ERR_BAD_VALUE).
+ *     Data types and their SystemVerilog form in wrapper.sv (an inout is
+ *     a net: "wire" in place of "bit" and "logic"):
+ *       bool                         bit
+ *       sc_logic                     logic
+ *       char, short, int, long,      bit signed [W-1:0], or bit [W-1:0]
+ *         long long, their unsigned    for the unsigned ones (W = 8, 16,
+ *         forms, signed char           32, 64, 64)
+ *       sc_uint<N>, sc_int<N>        bit [N-1:0], bit signed [N-1:0]
+ *       sc_bv<N>, sc_lv<N>           bit [N-1:0], logic [N-1:0]
+ *       sc_biguint<N>, sc_bigint<N>  bit [N-1:0], bit signed [N-1:0]
+ *       double, float                real, shortreal (no inout)
+ *     N is any width (up to 2^20).  A module with any other port type, or
+ *     a resolved port, cannot be instantiated
+ *     (CORVANE_SC_ERR_UNSUPPORTED_PORT); the wrapper names such a port in
+ *     a comment.
+ *
+ *  4. Values.  Bits travel as arrays of 64-bit words, least significant
+ *     word first; corvane_sc_write_u64() and corvane_sc_read_u64() are the
+ *     one-word case.  A value of C words fits an N-bit port when every bit
+ *     from N up is 0, or, for a signed port, when every bit from N-1 up is
+ *     1 (a sign extension): both 0xff and 0xffffffffffffffff write -1 into
+ *     an sc_int<8>.  A signed port wider than the C words given takes them
+ *     as a two's complement number: one word 0xffffffffffffffff writes -1
+ *     into an sc_bigint<200>.  Reads fill the C words asked for, signed
+ *     values sign-extended, and fail (CORVANE_SC_ERR_BAD_VALUE) when the
+ *     value needs more.  bool and sc_logic take 0 and 1.
+ *
+ *     Four-valued ports (sc_logic, sc_lv) hold X and Z too, which only the
+ *     logic entry points carry: an a word and a b word per 64 bits, in
+ *     which a bit is 0 as a=0 b=0, 1 as a=1 b=0, Z as a=0 b=1 and X as
+ *     a=1 b=1.  They carry the N bits as they are: no sign extension, and
+ *     bits from N up are 0 in reads and must be 0 in writes.  A number
+ *     read from a port that holds X or Z bits fails
+ *     (CORVANE_SC_ERR_BAD_VALUE), and a two-valued port takes no X or Z.
+ *
+ *     Real ports (double, float) take and give doubles through
+ *     corvane_sc_write_f64() and corvane_sc_read_f64(), a float port
+ *     rounding to float; words to a real port, and a double to any other
+ *     port, fail with CORVANE_SC_ERR_KIND.
  *
  *  5. Timing.  A write is a SystemC signal write: it takes effect at the
  *     next advance, and a read returns what the signal holds now.  Inputs
@@ -48,6 +98,7 @@
  *     of those the kernel may be unable to go on.
  */
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -65,10 +116,24 @@ enum {
   CORVANE_SC_ERR_BAD_VALUE = 4,        /* value does not fit, or X/Z read */
   CORVANE_SC_ERR_DIRECTION = 5,        /* write to an output port */
   CORVANE_SC_ERR_ELABORATED = 6,       /* instantiate after the first advance */
-  CORVANE_SC_ERR_UNSUPPORTED_PORT = 7, /* a port type without a 64-bit value */
+  CORVANE_SC_ERR_UNSUPPORTED_PORT = 7, /* a port type that the library does not carry */
   CORVANE_SC_ERR_NAME_TAKEN = 8,       /* an object of that name exists */
-  CORVANE_SC_ERR_SYSTEMC = 9           /* SystemC reported an error */
+  CORVANE_SC_ERR_SYSTEMC = 9,          /* SystemC reported an error */
+  CORVANE_SC_ERR_KIND = 10             /* bits to a real port, a real to a bit port */
 };
+
+/** Port directions and value kinds of corvane_sc_port. */
+enum { CORVANE_SC_INPUT = 0, CORVANE_SC_OUTPUT = 1, CORVANE_SC_INOUT = 2 };
+enum { CORVANE_SC_TWO_STATE = 0, CORVANE_SC_FOUR_STATE = 1, CORVANE_SC_REAL = 2 };
+
+/** One port of an instance, as corvane_sc_port_info() describes it. */
+typedef struct corvane_sc_port {
+  const char *name; /* valid while the instance lives */
+  int direction;    /* CORVANE_SC_INPUT, _OUTPUT or _INOUT */
+  int kind;         /* CORVANE_SC_TWO_STATE, _FOUR_STATE or _REAL */
+  unsigned width;   /* bits; 64 for double, 32 for float */
+  int is_signed;    /* 1 for the signed integer types */
+} corvane_sc_port;
 
 /** Number of modules that the library exports. */
 int corvane_sc_module_count(void);
@@ -81,11 +146,40 @@ const char *corvane_sc_module_name(int index);
  *  signals of the library.  Null on failure. */
 corvane_sc_instance *corvane_sc_instantiate(const char *module, const char *instance_name);
 
+/** Number of ports of \p instance; -1 for a handle that is none. */
+int corvane_sc_port_count(corvane_sc_instance *instance);
+
+/** Describes port \p index (0 to count - 1, in the wrapper's order) of
+ *  \p instance into \p *info. */
+int corvane_sc_port_info(corvane_sc_instance *instance, int index, corvane_sc_port *info);
+
 /** Writes \p value to input or inout port \p port; see rules 4 and 5. */
 int corvane_sc_write_u64(corvane_sc_instance *instance, const char *port, uint64_t value);
 
 /** Reads port \p port into \p *value; see rule 4. */
 int corvane_sc_read_u64(corvane_sc_instance *instance, const char *port, uint64_t *value);
+
+/** Writes the \p count words of \p words to \p port; see rule 4. */
+int corvane_sc_write_words(corvane_sc_instance *instance, const char *port, const uint64_t *words,
+                           size_t count);
+
+/** Reads \p port into \p count words at \p words; see rule 4. */
+int corvane_sc_read_words(corvane_sc_instance *instance, const char *port, uint64_t *words, size_t count);
+
+/** Writes a value with X and Z bits, \p count a words and \p count b
+ *  words, to \p port; see rule 4. */
+int corvane_sc_write_logic(corvane_sc_instance *instance, const char *port, const uint64_t *aval,
+                           const uint64_t *bval, size_t count);
+
+/** Reads \p port with its X and Z bits into \p count a and b words. */
+int corvane_sc_read_logic(corvane_sc_instance *instance, const char *port, uint64_t *aval, uint64_t *bval,
+                          size_t count);
+
+/** Writes \p value to real port \p port. */
+int corvane_sc_write_f64(corvane_sc_instance *instance, const char *port, double value);
+
+/** Reads real port \p port into \p *value. */
+int corvane_sc_read_f64(corvane_sc_instance *instance, const char *port, double *value);
 
 /** Runs the SystemC kernel for \p nanoseconds of simulated time.  The kernel
  *  is shared by all instances: \p instance may be null; when it is not, it

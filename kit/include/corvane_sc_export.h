@@ -13,9 +13,14 @@
 /// builds.
 ///
 /// The module must be constructible from an sc_module_name alone, as
-/// SC_CTOR gives it.  Ports should be named in that constructor
-/// (clk("clk")): SystemC cannot see member names, and an unnamed port
-/// appears as port_0, port_1, ... in the wrapper and the co-simulation.
+/// SC_CTOR gives it.  Its ports need no names in the constructor: the
+/// wrapper generator reads each port's member name from the source (see
+/// corvane_sc_cosim.h, rule 3).  For that it finds the module's class
+/// through the alias corvane_sc_exported_type_<n> that the line declares,
+/// and checks that the class it parsed has the size that the compiler gave
+/// it.
+
+#include <cstddef>
 
 namespace sc_core {
 class sc_module;
@@ -26,23 +31,33 @@ namespace corvane_sc {
 /// Builds a new instance of an exported module, named \p instanceName.
 using ModuleFactory = sc_core::sc_module *(*)(const char *instanceName);
 
+/// Where an export line stands and what it declared: the export source as
+/// its compile named it (relative to the build directory), the number n of
+/// its corvane_sc_exported_type_<n> alias, and sizeof the module's class.
+struct ExportSite {
+  const char *file;
+  int tag;
+  std::size_t size;
+};
+
 /// Registers the module \p name with \p factory.  The first registration of
 /// a name holds; a repeated one (a module exported twice) is ignored.
 /// Returns true, so that the result can initialise a namespace-scope
 /// constant.
-bool register_module(const char *name, ModuleFactory factory);
+bool register_module(const char *name, ModuleFactory factory, ExportSite site);
 
 } // namespace corvane_sc
 
-#define CORVANE_SC_EXPORT_CAT2_(a, b) a##b
-#define CORVANE_SC_EXPORT_CAT_(a, b) CORVANE_SC_EXPORT_CAT2_(a, b)
+#define CORVANE_SC_EXPORT2_(module, n)                                                          \
+  using corvane_sc_exported_type_##n = module;                                                 \
+  [[maybe_unused]] static const bool corvane_sc_exported_##n = ::corvane_sc::register_module( \
+      #module,                                                                                 \
+      [](const char *instanceName) -> ::sc_core::sc_module * {                                 \
+        return new module(::sc_core::sc_module_name(instanceName));                            \
+      },                                                                                       \
+      ::corvane_sc::ExportSite{__FILE__, n, sizeof(module)})
+#define CORVANE_SC_EXPORT_(module, n) CORVANE_SC_EXPORT2_(module, n)
 
-#define NCSC_MODULE_EXPORT(module)                                                        \
-  [[maybe_unused]] static const bool CORVANE_SC_EXPORT_CAT_(corvane_sc_exported_,       \
-                                                            __COUNTER__) =              \
-      ::corvane_sc::register_module(#module, [](const char *instanceName)               \
-                                                 -> ::sc_core::sc_module * {            \
-        return new module(::sc_core::sc_module_name(instanceName));                     \
-      })
+#define NCSC_MODULE_EXPORT(module) CORVANE_SC_EXPORT_(module, __COUNTER__)
 
 #endif

@@ -1,7 +1,19 @@
 // Start-up source of every co-simulation library.  quillc compiles it in
-// the link command of libcorvanesc.so, so it is part of each library.
+// the link command of libcorvanesc.so, from the work directory, so it is
+// part of each library and sees what the wrapper generator wrote there.
 
 #include "corvane_sc_cosim.h"
+
+// The glue for the design's own port types and the names of its ports,
+// generated for this design by the wrapper generator.
+#if __has_include("sc_module/sc_module_factory.cpp")
+#include "sc_module/sc_module_factory.cpp"
+#else
+#include "corvane_sc_glue.h"
+// No generator ran: the library carries no port types, and every module
+// with ports is refused when instantiated.
+const corvane_sc::DesignGlue corvane_sc::kDesignGlue = {[](corvane_sc::GlueTable &) {}, nullptr, 0};
+#endif
 
 // SystemC's library refers to sc_main; a co-simulation library never calls
 // it, but the dynamic loader must find it when it binds every symbol at
@@ -20,8 +32,16 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_module_count),
     reinterpret_cast<EntryPoint>(&corvane_sc_module_name),
     reinterpret_cast<EntryPoint>(&corvane_sc_instantiate),
+    reinterpret_cast<EntryPoint>(&corvane_sc_port_count),
+    reinterpret_cast<EntryPoint>(&corvane_sc_port_info),
     reinterpret_cast<EntryPoint>(&corvane_sc_write_u64),
     reinterpret_cast<EntryPoint>(&corvane_sc_read_u64),
+    reinterpret_cast<EntryPoint>(&corvane_sc_write_words),
+    reinterpret_cast<EntryPoint>(&corvane_sc_read_words),
+    reinterpret_cast<EntryPoint>(&corvane_sc_write_logic),
+    reinterpret_cast<EntryPoint>(&corvane_sc_read_logic),
+    reinterpret_cast<EntryPoint>(&corvane_sc_write_f64),
+    reinterpret_cast<EntryPoint>(&corvane_sc_read_f64),
     reinterpret_cast<EntryPoint>(&corvane_sc_advance),
     reinterpret_cast<EntryPoint>(&corvane_sc_last_error),
 };

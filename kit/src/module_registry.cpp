@@ -5,17 +5,18 @@ namespace corvane_sc {
 namespace {
 
 // Registrations run from other objects' static initialisers, so the table
-// must exist before its first use, whatever the initialisation order.
+// must exist before its first use, whatever the initialisation order, and
+// outlive every instance that SystemC tears down at exit.
 std::vector<ExportedModule> &registry() {
-  static std::vector<ExportedModule> modules;
+  static std::vector<ExportedModule> &modules = *new std::vector<ExportedModule>;
   return modules;
 }
 
 } // namespace
 
-bool register_module(const char *name, ModuleFactory factory) {
+bool register_module(const char *name, ModuleFactory factory, ExportSite site) {
   if (!find_exported_module(name))
-    registry().push_back({name, factory});
+    registry().push_back({name, factory, site.file, site.tag, site.size});
   return true;
 }
 

@@ -17,6 +17,9 @@ namespace corvane_sc {
 struct ExportedModule {
   std::string name;
   ModuleFactory factory;
+  std::string file; ///< The export source, relative to the build directory.
+  int tag;          ///< n of its corvane_sc_exported_type_<n>.
+  std::size_t size; ///< sizeof the module's class.
 };
 
 /// Every registered module.

@@ -1,43 +1,103 @@
 #include "kit/src/port_types.h"
 
-#include "kit/src/port_type_family.h"
+#include <systemc>
 
 #include <cxxabi.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace corvane_sc {
 
 namespace {
 
-const PortTypeTable &table() {
-  static const PortTypeTable types = [] {
-    PortTypeTable t;
-    t.add<bool>();
-    t.add<sc_dt::sc_logic>();
-    t.add<char>();
-    t.add<signed char>();
-    t.add<unsigned char>();
-    t.add<short>();
-    t.add<unsigned short>();
-    t.add<int>();
-    t.add<unsigned int>();
-    t.add<long>();
-    t.add<unsigned long>();
-    t.add<long long>();
-    t.add<unsigned long long>();
-    add_uint_port_types(t);
-    add_int_port_types(t);
-    add_bv_port_types(t);
-    add_lv_port_types(t);
-    return t;
-  }();
-  return types;
+struct Scalar {
+  const char *name;
+  unsigned width;
+  bool isSigned;
+  ValueKind kind;
+  bool scalar;
+};
+
+// The C++ types by the demangler's spelling; char is signed on this
+// platform.
+constexpr Scalar kScalars[] = {
+    {"bool", 1, false, ValueKind::TwoState, true},
+    {"sc_dt::sc_logic", 1, false, ValueKind::FourState, true},
+    {"char", 8, true, ValueKind::TwoState, false},
+    {"signed char", 8, true, ValueKind::TwoState, false},
+    {"unsigned char", 8, false, ValueKind::TwoState, false},
+    {"short", 16, true, ValueKind::TwoState, false},
+    {"unsigned short", 16, false, ValueKind::TwoState, false},
+    {"int", 32, true, ValueKind::TwoState, false},
+    {"unsigned int", 32, false, ValueKind::TwoState, false},
+    {"long", 64, true, ValueKind::TwoState, false},
+    {"unsigned long", 64, false, ValueKind::TwoState, false},
+    {"long long", 64, true, ValueKind::TwoState, false},
+    {"unsigned long long", 64, false, ValueKind::TwoState, false},
+    {"double", 64, false, ValueKind::Real, false},
+    {"float", 32, false, ValueKind::Real, false},
+};
+
+struct Family {
+  const char *name;
+  unsigned maxWidth;
+  bool isSigned;
+  ValueKind kind;
+};
+
+// Far beyond any bus, and small enough that a signal of it is no burden.
+constexpr unsigned kWidestVector = 1u << 20;
+
+constexpr Family kFamilies[] = {
+    {"sc_dt::sc_uint", 64, false, ValueKind::TwoState},
+    {"sc_dt::sc_int", 64, true, ValueKind::TwoState},
+    {"sc_dt::sc_bv", kWidestVector, false, ValueKind::TwoState},
+    {"sc_dt::sc_lv", kWidestVector, false, ValueKind::FourState},
+    {"sc_dt::sc_biguint", kWidestVector, false, ValueKind::TwoState},
+    {"sc_dt::sc_bigint", kWidestVector, true, ValueKind::TwoState},
+};
+
+bool strip(std::string_view &text, std::string_view prefix) {
+  if (text.substr(0, prefix.size()) != prefix)
+    return false;
+  text.remove_prefix(prefix.size());
+  return true;
 }
 
-bool starts_with(const char *text, const char *prefix) {
-  return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
+/// Fills the data type part of \p shape from \p type, the demangled data
+/// type; the spelling kept is rebuilt from the table, never copied.
+void classify_data_type(std::string_view type, PortShape &shape) {
+  for (const Scalar &s : kScalars)
+    if (type == s.name) {
+      shape = {true, shape.resolved, shape.direction, s.kind, s.width, s.isSigned, s.scalar, s.name};
+      return;
+    }
+  for (const Family &f : kFamilies) {
+    std::string_view rest = type;
+    if (!strip(rest, f.name) || !strip(rest, "<") || rest.empty() || rest.back() != '>')
+      continue;
+    rest.remove_suffix(1);
+    unsigned width = 0;
+    auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), width);
+    if (error != std::errc() || end != rest.data() + rest.size() || width < 1 || width > f.maxWidth)
+      return;
+    shape = {true, shape.resolved, shape.direction, f.kind, width, f.isSigned, false,
+             std::string(f.name) + "<" + std::to_string(width) + ">"};
+    return;
+  }
+}
+
+std::string demangled_name(const char *mangled) {
+  int status = 0;
+  char *name = abi::__cxa_demangle(mangled, nullptr, nullptr, &status);
+  if (status != 0 || !name)
+    return mangled;
+  std::string text = name;
+  std::free(name);
+  return text;
 }
 
 } // namespace
@@ -54,54 +114,44 @@ const char *direction_name(PortDirection direction) {
   return "?";
 }
 
-std::string PortType::sv_type(PortDirection direction) const {
+std::string PortShape::sv_type() const {
+  if (!known || resolved)
+    return "";
+  if (kind == ValueKind::Real)
+    // An inout is a net, and a net cannot be real.
+    return direction == PortDirection::InOut ? "" : width == 64 ? "real" : "shortreal";
   // SystemVerilog wants nets on inout ports, and a net's data type is
   // 4-state by nature.
-  std::string text = direction == PortDirection::InOut ? "wire" : m_FourState ? "logic" : "bit";
-  if (m_Signed)
+  std::string text = direction == PortDirection::InOut      ? "wire"
+                     : kind == ValueKind::FourState ? "logic"
+                                                    : "bit";
+  if (isSigned)
     text += " signed";
-  if (!m_Scalar)
-    text += " [" + std::to_string(m_Width - 1) + ":0]";
+  if (!scalar)
+    text += " [" + std::to_string(width - 1) + ":0]";
   return text;
-}
-
-bool fits_port(uint64_t value, unsigned width, bool isSigned) {
-  if (width >= 64)
-    return true;
-  const uint64_t mask = (uint64_t(1) << width) - 1;
-  if (value <= mask)
-    return true;
-  // Only a signed port takes a number above its range: the sign extension
-  // of a negative one, all ones from the sign bit up.
-  const uint64_t high = ~(mask >> 1);
-  return isSigned && (value & high) == high;
 }
 
 PortShape classify_port(const sc_core::sc_port_base &port) {
   PortShape shape;
   const char *kind = port.kind();
   shape.resolved = std::strstr(kind, "_resolved") || std::strstr(kind, "_rv");
-  const PortTypeTable::Entry *entry = table().find(port.get_interface_type());
-  if (!entry)
-    return shape;
-  shape.type = entry->type;
-  if (!entry->inout)
+  const std::string interface = demangled_name(port.get_interface_type().name());
+  std::string_view type = interface;
+  if (strip(type, "sc_core::sc_signal_in_if<"))
     shape.direction = PortDirection::Input;
+  else if (strip(type, "sc_core::sc_signal_inout_if<"))
+    shape.direction = std::strncmp(kind, "sc_out", 6) == 0 ? PortDirection::Output : PortDirection::InOut;
   else
-    shape.direction = starts_with(kind, "sc_out") ? PortDirection::Output : PortDirection::InOut;
+    return shape;
+  // The demangler closes a template that ends in a template with "> >".
+  if (type.size() < 2 || type.back() != '>')
+    return shape;
+  type.remove_suffix(type.size() > 2 && type[type.size() - 2] == ' ' ? 2 : 1);
+  classify_data_type(type, shape);
   return shape;
 }
 
-std::string demangled_name(const std::type_info &type) {
-  int status = 0;
-  char *name = abi::__cxa_demangle(type.name(), nullptr, nullptr, &status);
-  if (status != 0 || !name)
-    return type.name();
-  std::string text = name;
-  std::free(name);
-  return text;
-}
-
-std::string cxx_type_name(const sc_core::sc_object &object) { return demangled_name(typeid(object)); }
+std::string cxx_type_name(const sc_core::sc_object &object) { return demangled_name(typeid(object).name()); }
 
 } // namespace corvane_sc

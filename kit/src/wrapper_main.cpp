@@ -12,7 +12,7 @@ int main() {
   // The generator only builds instances; SystemC's start-up notice would
   // just pad the build's output.
   setenv("SYSTEMC_DISABLE_COPYRIGHT_MESSAGE", "1", 0);
-  return corvane_sc::run_wrapper_generator("wrapper.sv");
+  return corvane_sc::run_wrapper_generator();
 }
 
 // SystemC's library refers to sc_main; this program never calls it.  Weak,

@@ -1,11 +1,19 @@
 #include "kit/src/wrapper_writer.h"
 
+#include "driver/names.h"
 #include "kit/src/module_registry.h"
+#include "kit/src/port_names.h"
+#include "kit/src/source_layout.h"
+#include "util/Compiler.h"
 
 #include <systemc>
 
+#include <cstdarg>
 #include <cstdio>
 #include <exception>
+#include <map>
+#include <optional>
+#include <set>
 
 namespace corvane_sc {
 
@@ -17,15 +25,30 @@ constexpr char kHeader[] =
     "//\n"
     "// The body of each module is its SystemC model in libcorvanesc.so, which\n"
     "// the simulator connects to these ports; seen from HDL alone the inputs\n"
-    "// are unused and the outputs undriven, and one file holds every module.\n"
+    "// are unused and the outputs undriven, one file holds every module, and\n"
+    "// a linter that holds shortreal as real need not say so.\n"
     "// verilator lint_off UNUSEDSIGNAL\n"
     "// verilator lint_off UNDRIVEN\n"
-    "// verilator lint_off DECLFILENAME\n";
+    "// verilator lint_off DECLFILENAME\n"
+    "// verilator lint_off SHORTREAL\n";
 
 constexpr char kFooter[] =
+    "// verilator lint_on SHORTREAL\n"
     "// verilator lint_on DECLFILENAME\n"
     "// verilator lint_on UNDRIVEN\n"
     "// verilator lint_on UNUSEDSIGNAL\n";
+
+/// Writes "wrapper_generator: <severity>: <text>\n" to standard error,
+/// after what standard output holds so far.
+CORVANE_PRINTF(2, 3) void report(const char *severity, const char *format, ...) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "wrapper_generator: %s: ", severity);
+  va_list args;
+  va_start(args, format);
+  std::vfprintf(stderr, format, args);
+  va_end(args);
+  std::fputc('\n', stderr);
+}
 
 /// SystemC names a port that its module left unnamed "port_<n>".
 bool has_generated_name(const std::string &name) {
@@ -34,19 +57,109 @@ bool has_generated_name(const std::string &name) {
   return name.find_first_not_of("0123456789", 5) == std::string::npos;
 }
 
-} // namespace
+/// \p text as a C++ string literal.
+std::string literal(const std::string &text) {
+  std::string out = "\"";
+  for (unsigned char c : text) {
+    if (c == '"' || c == '\\' || c == '?') {
+      out += '\\';
+      out += static_cast<char>(c);
+    } else if (c < 0x20 || c >= 0x7f) {
+      char octal[8];
+      std::snprintf(octal, sizeof octal, "\\%03o", c);
+      out += octal;
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out + '"';
+}
 
-WrapperModule describe_module(const std::string &name, const sc_core::sc_module &instance) {
-  WrapperModule module{name, {}};
+bool write_file(const std::string &path, const std::string &text) {
+  std::FILE *file = std::fopen(path.c_str(), "w");
+  bool written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  if (file && std::fclose(file) != 0)
+    written = false;
+  if (!written)
+    report("error", "cannot write %s", path.c_str());
+  return written;
+}
+
+/// The member names that the front end read, by export source; a source
+/// is parsed once, and only when a port needs a name from it.
+class SourceNames {
+public:
+  /// The layout of \p module's class, or null (with a warning the first
+  /// time for its source) when there is none to trust.
+  const ClassLayout *layout(const ExportedModule &module) {
+    auto [it, fresh] = m_Sources.try_emplace(module.file);
+    if (fresh) {
+      std::map<int, ClassLayout> layouts;
+      std::string error;
+      if (read_export_layouts(module.file, layouts, error))
+        it->second = std::move(layouts);
+      else
+        report("warning", "%s/%s: no port names from the source: %s", kBuildDirectory, module.file.c_str(),
+               error.c_str());
+    }
+    if (!it->second)
+      return nullptr;
+    auto found = it->second->find(module.tag);
+    if (found == it->second->end() || found->second.size != module.size) {
+      report("warning", "module '%s': the class that the source declares is not the one compiled",
+             module.name.c_str());
+      return nullptr;
+    }
+    return &found->second;
+  }
+
+private:
+  std::map<std::string, std::optional<std::map<int, ClassLayout>>> m_Sources;
+};
+
+/// The ports of \p instance, an instance of \p module, named.
+WrapperModule describe_module(const ExportedModule &module, const sc_core::sc_module &instance,
+                              SourceNames &sources) {
+  WrapperModule described{module.name, {}};
+  std::vector<std::string> wanted;
+  const auto *base = static_cast<const char *>(dynamic_cast<const void *>(&instance));
+  const ClassLayout *layout = nullptr;
+  bool layoutRead = false;
   for (const sc_core::sc_object *child : instance.get_child_objects()) {
     const auto *port = dynamic_cast<const sc_core::sc_port_base *>(child);
     if (!port)
       continue;
-    PortShape shape = classify_port(*port);
-    module.ports.push_back({port->basename(), cxx_type_name(*port), shape.type, shape.direction});
+    WrapperPort &p = described.ports.emplace_back(
+        WrapperPort{port->basename(), "", cxx_type_name(*port), classify_port(*port)});
+    wanted.push_back(p.basename);
+    if (!has_generated_name(p.basename))
+      continue;
+    if (!layoutRead) {
+      layout = sources.layout(module);
+      layoutRead = true;
+    }
+    // The member that lies where the port lies, of the port's own type.
+    const auto offset =
+        static_cast<uint64_t>(static_cast<const char *>(dynamic_cast<const void *>(port)) - base);
+    const std::string type = without_blanks(p.cxxType);
+    for (size_t i = 0; layout && i < layout->members.size(); ++i)
+      if (layout->members[i].offset == offset && layout->members[i].type == type) {
+        wanted.back() = layout->members[i].name;
+        break;
+      }
+    if (wanted.back() == p.basename)
+      report("warning",
+             "module '%s', port '%s': the port has no name of its own; name it in the module's "
+             "constructor, as clk(\"clk\")",
+             module.name.c_str(), p.basename.c_str());
   }
-  return module;
+  const std::vector<std::string> names = legal_port_names(wanted);
+  for (size_t i = 0; i < names.size(); ++i)
+    described.ports[i].name = names[i];
+  return described;
 }
+
+} // namespace
 
 std::string render_wrappers(const std::vector<WrapperModule> &modules) {
   std::string text = kHeader;
@@ -58,78 +171,107 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
     }
     text += " (";
     const char *separator = "\n";
+    std::string unmapped;
     for (const WrapperPort &port : module.ports) {
-      if (!port.type)
+      const std::string type = port.shape.sv_type();
+      if (type.empty()) {
+        unmapped += "  // " + port.name + ": no SystemVerilog type for " + port.cxxType + "\n";
         continue;
+      }
       text += separator;
-      text += "  ";
-      text += direction_name(port.direction);
-      text += ' ';
-      text += port.type->sv_type(port.direction);
-      text += ' ';
-      text += port.name;
+      text += "  " + std::string(direction_name(port.shape.direction)) + " " + type + " " + port.name;
       separator = ",\n";
     }
-    text += '\n';
-    for (const WrapperPort &port : module.ports)
-      if (!port.type)
-        text += "  // " + port.name + ": no SystemVerilog type for " + port.cxxType + "\n";
-    text += ");\nendmodule\n";
+    text += "\n" + unmapped + ");\nendmodule\n";
   }
-  text += '\n';
-  text += kFooter;
-  return text;
+  return text + "\n" + kFooter;
 }
 
-int run_wrapper_generator(const char *outputPath) {
+std::string render_port_types(const std::vector<WrapperModule> &modules) {
+  std::string text = "// The data types of this design's ports, written by the wrapper generator\n"
+                     "// for the co-simulation library's start-up source.\n"
+                     "#include \"corvane_sc_glue.h\"\n\n"
+                     "namespace corvane_sc_design {\n\n"
+                     "inline void add_port_types([[maybe_unused]] corvane_sc::GlueTable &table) {\n";
+  std::set<std::string> added;
+  for (const WrapperModule &module : modules)
+    for (const WrapperPort &port : module.ports)
+      // The spelling comes from the type table, never from the design.
+      if (!port.shape.sv_type().empty() && added.insert(port.shape.cxxType).second)
+        text += "  table.add<" + port.shape.cxxType + ">();\n";
+  return text + "}\n\n} // namespace corvane_sc_design\n";
+}
+
+std::string render_port_names(const std::vector<WrapperModule> &modules) {
+  std::string text = std::string("// The ports of this design's modules by the names that wrapper.sv gives them,\n"
+                                 "// written by the wrapper generator for the co-simulation library's\n"
+                                 "// start-up source.\n"
+                                 "#include \"") +
+                     kPortTypeMappingHeader + "\"\n\nnamespace {\n\n";
+  std::string table;
+  for (size_t m = 0; m < modules.size(); ++m) {
+    const WrapperModule &module = modules[m];
+    std::string ports = "nullptr";
+    if (!module.ports.empty()) {
+      ports = "kPorts" + std::to_string(m);
+      text += "const corvane_sc::PortName " + ports + "[] = {\n";
+      for (const WrapperPort &port : module.ports)
+        text += "    {" + literal(port.basename) + ", " + literal(port.name) + "},\n";
+      text += "};\n";
+    }
+    table += "    {" + literal(module.name) + ", " + ports + ", " + std::to_string(module.ports.size()) + "},\n";
+  }
+  if (modules.empty())
+    return text + "} // namespace\n\nconst corvane_sc::DesignGlue corvane_sc::kDesignGlue = {\n"
+                  "    &corvane_sc_design::add_port_types, nullptr, 0};\n";
+  return text + "const corvane_sc::ModulePortNames kModules[] = {\n" + table +
+         "};\n\n} // namespace\n\nconst corvane_sc::DesignGlue corvane_sc::kDesignGlue = {\n"
+         "    &corvane_sc_design::add_port_types, kModules, " +
+         std::to_string(modules.size()) + "};\n";
+}
+
+int run_wrapper_generator() {
+  // Glue of an earlier run must not outlive a run that stops short of
+  // writing its own: the library is then built with none.
+  const std::string directory = std::string(kBuildDirectory) + "/";
+  std::remove((directory + kPortTypeMappingHeader).c_str());
+  std::remove((directory + kModuleFactorySource).c_str());
+
   int status = 0;
   std::vector<WrapperModule> modules;
+  SourceNames sources;
   for (const ExportedModule &exported : exported_modules()) {
     std::printf("Module %s\n", exported.name.c_str());
     sc_core::sc_module *instance = nullptr;
     try {
       instance = exported.factory(exported.name.c_str());
     } catch (const std::exception &e) {
-      std::fflush(stdout);
-      std::fprintf(stderr, "wrapper_generator: error: module '%s': cannot build an instance: %s\n",
-                   exported.name.c_str(), e.what());
+      report("error", "module '%s': cannot build an instance: %s", exported.name.c_str(), e.what());
       status = 1;
       continue;
     }
-    modules.push_back(describe_module(exported.name, *instance));
+    modules.push_back(describe_module(exported, *instance, sources));
     for (const WrapperPort &port : modules.back().ports) {
-      std::fflush(stdout);
-      if (!port.type) {
-        std::fprintf(stderr,
-                     "wrapper_generator: error: module '%s', port '%s': no SystemVerilog type for "
-                     "C++ type '%s'; the port is left out of the wrapper\n",
-                     exported.name.c_str(), port.name.c_str(), port.cxxType.c_str());
+      const std::string type = port.shape.sv_type();
+      if (type.empty()) {
+        report("error",
+               "module '%s', port '%s': no SystemVerilog type for C++ type '%s'; the port is left out "
+               "of the wrapper",
+               exported.name.c_str(), port.name.c_str(), port.cxxType.c_str());
         status = 1;
         continue;
       }
-      std::printf("  %s %s: %s -> %s\n", direction_name(port.direction), port.name.c_str(),
-                  port.type->cxx_name().c_str(), port.type->sv_type(port.direction).c_str());
-      if (has_generated_name(port.name)) {
-        std::fflush(stdout);
-        std::fprintf(stderr,
-                     "wrapper_generator: warning: module '%s', port '%s': the port has no name of "
-                     "its own; name it in the module's constructor, as clk(\"clk\")\n",
-                     exported.name.c_str(), port.name.c_str());
-      }
+      std::printf("  %s %s: %s -> %s\n", direction_name(port.shape.direction), port.name.c_str(),
+                  port.shape.cxxType.c_str(), type.c_str());
     }
   }
 
-  const std::string text = render_wrappers(modules);
-  std::FILE *file = std::fopen(outputPath, "w");
-  bool written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-  if (file && std::fclose(file) != 0)
-    written = false;
-  if (!written) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "wrapper_generator: error: cannot write %s\n", outputPath);
+  const bool written = write_file(kWrapperOutput, render_wrappers(modules)) &&
+                       write_file(directory + kPortTypeMappingHeader, render_port_types(modules)) &&
+                       write_file(directory + kModuleFactorySource, render_port_names(modules));
+  if (!written)
     return 1;
-  }
-  std::printf("Wrote %s: %zu module%s\n", outputPath, modules.size(), modules.size() == 1 ? "" : "s");
+  std::printf("Wrote %s: %zu module%s\n", kWrapperOutput, modules.size(), modules.size() == 1 ? "" : "s");
   return status;
 }
 

@@ -3,26 +3,24 @@
 
 /// \file
 /// The wrapper generator: instantiates every exported module, walks its
-/// ports and writes, for each module, a SystemVerilog module of the same
-/// name with the same ports, for HDL to instantiate.  The SystemC model in
-/// the co-simulation library is its body.
+/// ports, names them (corvane_sc_cosim.h, rule 3) and writes, for each
+/// module, a SystemVerilog module of the same name with the same ports,
+/// for HDL to instantiate; the SystemC model in the co-simulation library
+/// is its body.  Beside it, for that library, the glue for the design's
+/// port types and the names of its ports (corvane_sc_glue.h).
 
 #include "kit/src/port_types.h"
 
 #include <string>
 #include <vector>
 
-namespace sc_core {
-class sc_module;
-}
-
 namespace corvane_sc {
 
 struct WrapperPort {
-  std::string name;
-  std::string cxxType; ///< The port's own C++ type: "sc_core::sc_in<bool>".
-  const PortType *type = nullptr; ///< Null when the data type has no SystemVerilog form.
-  PortDirection direction = PortDirection::Input;
+  std::string basename; ///< SystemC's name: "clk", "port_3".
+  std::string name;     ///< The wrapper's name.
+  std::string cxxType;  ///< The port's own C++ type: "sc_core::sc_in<bool>".
+  PortShape shape;
 };
 
 struct WrapperModule {
@@ -30,17 +28,22 @@ struct WrapperModule {
   std::vector<WrapperPort> ports; ///< In declaration order.
 };
 
-/// The ports of \p instance, a module named \p name.
-WrapperModule describe_module(const std::string &name, const sc_core::sc_module &instance);
-
 /// The text of the wrapper file for \p modules.
 std::string render_wrappers(const std::vector<WrapperModule> &modules);
 
-/// One run of the generator: every exported module, one console line per
-/// module and port, \p outputPath written.  Returns the exit status: 1 when
-/// a module could not be built, a port could not be mapped or the file
-/// could not be written (the rest is still written), else 0.
-int run_wrapper_generator(const char *outputPath);
+/// The text of port_type_mapping_funcs.hpp: the glue for every data type
+/// that a mapped port of \p modules carries, once each.
+std::string render_port_types(const std::vector<WrapperModule> &modules);
+
+/// The text of sc_module_factory.cpp: the port names of \p modules.
+std::string render_port_names(const std::vector<WrapperModule> &modules);
+
+/// One run of the generator in the work directory: every exported module,
+/// one console line per module and port, wrapper.sv and the two glue files
+/// in sc_module/ written.  Returns the exit status: 1 when a module could
+/// not be built, a port could not be mapped or a file could not be written
+/// (the rest is still written), else 0.
+int run_wrapper_generator();
 
 } // namespace corvane_sc
 

@@ -1,7 +1,7 @@
 /* A minimal simulator host: loads a libcorvanesc.so with dlopen() and
  * drives it through corvane_sc_cosim.h, as a simulator does.
  *
- *   kit_cosim_loader <library> counter|two_modules|port_types
+ *   kit_cosim_loader <library> counter|two_modules|ports
  *
  * Each scenario is a table of steps for one of the kit tests' designs.
  * Prints one line per failed check and ends with status 1 if there was any. */
@@ -17,8 +17,16 @@ static struct {
   int (*module_count)(void);
   const char *(*module_name)(int);
   corvane_sc_instance *(*instantiate)(const char *, const char *);
+  int (*port_count)(corvane_sc_instance *);
+  int (*port_info)(corvane_sc_instance *, int, corvane_sc_port *);
   int (*write_u64)(corvane_sc_instance *, const char *, uint64_t);
   int (*read_u64)(corvane_sc_instance *, const char *, uint64_t *);
+  int (*write_words)(corvane_sc_instance *, const char *, const uint64_t *, size_t);
+  int (*read_words)(corvane_sc_instance *, const char *, uint64_t *, size_t);
+  int (*write_logic)(corvane_sc_instance *, const char *, const uint64_t *, const uint64_t *, size_t);
+  int (*read_logic)(corvane_sc_instance *, const char *, uint64_t *, uint64_t *, size_t);
+  int (*write_f64)(corvane_sc_instance *, const char *, double);
+  int (*read_f64)(corvane_sc_instance *, const char *, double *);
   int (*advance)(corvane_sc_instance *, uint64_t);
   const char *(*last_error)(void);
 } sc;
@@ -34,16 +42,22 @@ static int failures;
 
 /* One call into the library: op I instantiates module `arg` as `inst`; W
  * writes and R reads port `arg` (r: into no place); A advances `value` ns;
- * C runs `value` clock cycles.  `inst` names an instance made by an earlier
- * step; NULL is a null handle, any other name a pointer that is no handle.
- * The call must end with `code` (FAILED: a null instance), an R that
- * succeeds must read `value`, and the last error must hold `message`. */
+ * C runs `value` clock cycles; V and v write and read `n` words `a`, L and
+ * l `n` words `a` and `b` with X and Z, F and f the real `real`; P finds
+ * port number `value` named `arg`, `n` bits wide.  `inst` names an instance
+ * made by an earlier step; NULL is a null handle, any other name a pointer
+ * that is no handle.  The call must end with `code` (FAILED: a null
+ * instance), a read that succeeds must give the value, and the last error
+ * must hold `message`. */
 typedef struct {
   char op;
   const char *inst, *arg;
   uint64_t value;
   int code;
   const char *message;
+  unsigned n;
+  uint64_t a[4], b[4];
+  double real;
 } Step;
 enum { FAILED = -1 };
 
@@ -68,8 +82,10 @@ static int cycle(corvane_sc_instance *instance) {
 static void run(const Step *steps, size_t count) {
   for (const Step *s = steps; s < steps + count; ++s) {
     corvane_sc_instance *instance = handle(s->inst), *fresh;
-    uint64_t got = 0;
-    int code = CORVANE_SC_OK;
+    uint64_t got = 0, a[4] = {0}, b[4] = {0};
+    double real = 0;
+    corvane_sc_port port = {0};
+    int code = CORVANE_SC_OK, same = 1;
     switch (s->op) {
     case 'I':
       fresh = sc.instantiate(s->arg, s->inst);
@@ -85,8 +101,27 @@ static void run(const Step *steps, size_t count) {
       for (uint64_t i = 0; i < s->value && code == CORVANE_SC_OK; ++i)
         code = cycle(instance);
       break;
+    case 'V': code = sc.write_words(instance, s->arg, s->a, s->n); break;
+    case 'v':
+      code = sc.read_words(instance, s->arg, a, s->n);
+      same = memcmp(a, s->a, sizeof a) == 0;
+      break;
+    case 'L': code = sc.write_logic(instance, s->arg, s->a, s->b, s->n); break;
+    case 'l':
+      code = sc.read_logic(instance, s->arg, a, b, s->n);
+      same = memcmp(a, s->a, sizeof a) == 0 && memcmp(b, s->b, sizeof b) == 0;
+      break;
+    case 'F': code = sc.write_f64(instance, s->arg, s->real); break;
+    case 'f':
+      code = sc.read_f64(instance, s->arg, &real);
+      same = real == s->real;
+      break;
+    case 'P':
+      code = sc.port_info(instance, (int)s->value, &port);
+      same = port.name && strcmp(port.name, s->arg) == 0 && port.width == s->n;
+      break;
     }
-    CHECK(code == s->code && (s->op != 'R' || code || got == s->value) &&
+    CHECK(code == s->code && (s->op != 'R' || code || got == s->value) && (code || same) &&
               (!s->message || strstr(sc.last_error(), s->message)),
           "step %d: %c %s %s 0x%" PRIx64 ": code %d, value 0x%" PRIx64, (int)(s - steps) + 1, s->op,
           s->inst ? s->inst : "(null)", s->arg ? s->arg : "(null)", s->value, code, got);
@@ -100,6 +135,8 @@ enum { OK = CORVANE_SC_OK, ARG = CORVANE_SC_ERR_ARGUMENT, VALUE = CORVANE_SC_ERR
 #define R(inst, port, value) {'R', inst, port, value, OK, NULL}
 #define C(inst, cycles) {'C', inst, NULL, cycles, OK, NULL}
 #define A(inst) {'A', inst, NULL, 1, OK, NULL}
+#define F(op, inst, port, value) {op, inst, port, 0, OK, NULL, .real = value}
+#define WORDS(op, inst, port, count, ...) {op, inst, port, 0, OK, NULL, count, {__VA_ARGS__}}
 
 static const Step counter[] = {
     {'I', "x", "no_such", 0, FAILED, "unknown module 'no_such' (exported: counter)"},
@@ -139,13 +176,20 @@ static const Step two_modules[] = {
     {'W', "shift", "din", 2, VALUE, "does not fit 1 bit"},
 };
 
-static const Step port_types[] = {
-    {'I', "o", "odd", 0, FAILED, "module 'odd', port 'level': sc_core::sc_in<double> has no 64-bit value"},
+static const Step ports[] = {
+    {'I', "o", "odd", 0, FAILED, "module 'odd', port 'level': the library carries no sc_core::sc_inout<double>"},
     /* The refused module left nothing behind: its name is free, and the
-     * kernel elaborates the rest.  Logic vectors start as X. */
-    {'I', "o", "all_types", 0, OK, NULL}, A("o"),
+     * kernel elaborates the rest. */
+    {'I', "o", "all_types", 0, OK, NULL}, {'I', "m", "mixer", 0, OK, NULL}, {'I', "w", "wide", 0, OK, NULL},
+    {'I', "i", "inc12", 0, OK, NULL},
+    /* Names from the source, in the wrapper's order. */
+    {'P', "m", "enable_0_2", 7, OK, NULL, 1}, {'P', "w", "sum", 3, OK, NULL, 200},
+    {'P', "m", "strobe_fall", 10, OK, NULL, 1},
+    {'P', "m", NULL, 12, ARG, "no port number 12 on instance 'm'"}, A("o"),
+    /* Logic vectors start as X. */
     {'R', "o", "lv_out", 0, VALUE, "port 'lv_out' of instance 'o' holds XXXXX"},
     {'R', "o", "l", 0, VALUE, "holds X"},
+    {'l', "w", "lanes_out", 0, OK, NULL, 2, {~0ull, ~0ull}, {~0ull, ~0ull}},
     /* Each value that just fits, then the next beyond. */
     W("o", "b", 1), BAD("o", "b", 2), W("o", "l", 1), BAD("o", "l", 2),
     W("o", "u", 4095), BAD("o", "u", 4096), BAD("o", "u", UINT64_MAX),
@@ -155,11 +199,27 @@ static const Step port_types[] = {
     W("o", "bv", 7), BAD("o", "bv", 8), W("o", "i", 0xffffffffu), BAD("o", "i", 0x100000000u),
     W("o", "us", 65535), BAD("o", "us", 65536), W("o", "io", 15), BAD("o", "io", 16), W("o", "io_bit", 1),
     {'W', "o", "s_out", 0, CORVANE_SC_ERR_DIRECTION, NULL},
-    W("o", "s", 0xfff), W("o", "lv", 0x15), A("o"), /* s = -1 */
+    W("o", "s", 0xfff), W("o", "lv", 0x15), /* s = -1 */
+    /* 2^128 - 1 + (-1) and 2^64 + 2^64 - 1 - 1; -1 is one word, sign-extended. */
+    WORDS('V', "w", "data", 2, ~0ull, ~0ull), W("w", "offset", ~0ull),
+    {'V', "w", "data", 0, VALUE, "port 'data' of instance 'w': value does not fit 128 bits", 3, {0, 0, 1}},
+    F('F', "m", "gain", 1.25), F('F', "m", "bias", 0.1), W("m", "enable_0", 1), W("m", "enable_2", 1),
+    W("m", "enable_0_2", 1), W("m", "reg_", 1), W("i", "in", 4095),
+    /* Lanes: bit 0 is 1, bit 1 Z, bit 64 X, bit 127 Z. */
+    {'L', "w", "lanes", 0, OK, NULL, 2, {1, 1}, {2, 1ull | 1ull << 63}}, A("o"),
     /* Signed reads come back sign-extended. */
     R("o", "b", 1), R("o", "l", 1), R("o", "u", 4095), R("o", "s", UINT64_MAX),
     R("o", "s_out", UINT64_MAX), R("o", "bv", 7), R("o", "lv_out", 0x15), R("o", "i", UINT64_MAX),
     R("o", "ll_out", UINT64_MAX), R("o", "us", 65535), R("o", "io", 15), R("o", "io_bit", 1),
+    WORDS('v', "w", "sum", 4, ~0ull - 1, ~0ull), {'R', "w", "sum", 0, VALUE, "the value needs 4 words"},
+    F('f', "m", "level", 2.5 + 0.1f), F('f', "m", "bias", 0.1f), R("m", "count", 2), R("i", "out", 0),
+    {'l', "w", "lanes_out", 0, OK, NULL, 3, {1, 1}, {2, 1ull | 1ull << 63}},
+    {'v', "w", "lanes_out", 0, VALUE, "port 'lanes_out' of instance 'w' holds Z0", 2},
+    {'W', "m", "gain", 1, CORVANE_SC_ERR_KIND, "port 'gain' of instance 'm' is real: write it as a double"},
+    {'F', "m", "clk", 0, CORVANE_SC_ERR_KIND, "port 'clk' of instance 'm' is not real"},
+    {'L', "w", "data", 0, VALUE, "port 'data' of instance 'w' takes no X or Z", 1, {0}, {1}},
+    /* data = 0: the sum is -1, which fits one word and all four. */
+    WORDS('V', "w", "data", 1, 0), A(NULL), R("w", "sum", UINT64_MAX), WORDS('v', "w", "sum", 4, ~0ull, ~0ull, ~0ull, ~0ull),
 };
 
 #define SCENARIO(steps, modules) {#steps, modules, steps, sizeof steps / sizeof steps[0]}
@@ -168,13 +228,15 @@ static const struct {
   const Step *steps;
   size_t count;
 } scenarios[] = {SCENARIO(counter, "counter "), SCENARIO(two_modules, "adder shift_reg "),
-                 SCENARIO(port_types, "all_types odd ")};
+                 SCENARIO(ports, "mixer wide inc12 all_types odd ")};
 
 int main(int argc, char **argv) {
   void *library = argc == 3 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
 #define FIND(field) (*(void **)&sc.field = dlsym(library, "corvane_sc_" #field))
-  if (!library || !FIND(module_count) || !FIND(module_name) || !FIND(instantiate) || !FIND(write_u64) ||
-      !FIND(read_u64) || !FIND(advance) || !FIND(last_error)) {
+  if (!library || !FIND(module_count) || !FIND(module_name) || !FIND(instantiate) || !FIND(port_count) ||
+      !FIND(port_info) || !FIND(write_u64) || !FIND(read_u64) || !FIND(write_words) || !FIND(read_words) ||
+      !FIND(write_logic) || !FIND(read_logic) || !FIND(write_f64) || !FIND(read_f64) || !FIND(advance) ||
+      !FIND(last_error)) {
     printf("FAIL %s\n", argc == 3 ? dlerror() : "usage: kit_cosim_loader <library> <scenario>");
     return 1;
   }

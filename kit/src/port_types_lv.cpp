@@ -1,3 +1,0 @@
-#include "kit/src/port_type_family.h"
-
-void corvane_sc::add_lv_port_types(PortTypeTable &table) { table.add_widths<sc_dt::sc_lv>(); }

@@ -1,0 +1,77 @@
+#ifndef PORTS_H
+#define PORTS_H
+
+// Ports declared as most SystemC code declares them: members that no
+// constructor names.
+#include "systemc.h"
+
+struct strobe_pair {
+  sc_in<bool> rise, fall;
+};
+
+// Mixes real values; counts its enables.  A member named as a
+// SystemVerilog keyword, a port array, a port named in the constructor
+// with a name that the array's first port wants too, and ports in a
+// member struct.
+SC_MODULE(mixer) {
+  sc_in_clk clk;
+  sc_in<double> gain;
+  sc_in<float> bias;
+  sc_out<double> level;
+  sc_in<bool> enable[3];
+  sc_in<bool> tap;
+  sc_in<bool> reg;
+  strobe_pair strobe;
+  sc_out<sc_uint<2>> count;
+
+  void mix();
+
+  SC_CTOR(mixer) : tap("enable_0") {
+    SC_METHOD(mix);
+    sensitive << gain << bias << enable[0] << enable[1] << enable[2];
+  }
+};
+
+struct bus_base : sc_core::sc_module {
+  sc_in<bool> valid;
+
+  explicit bus_base(sc_module_name name) : sc_module(name) {}
+};
+
+// Wide data: sum is data plus offset, lanes_out follows lanes.
+struct wide : bus_base {
+  sc_in<sc_bv<128>> data;
+  sc_in<sc_bigint<200>> offset;
+  sc_out<sc_bigint<200>> sum;
+  sc_in<sc_lv<128>> lanes;
+  sc_out<sc_lv<128>> lanes_out;
+
+  SC_HAS_PROCESS(wide);
+  explicit wide(sc_module_name name) : bus_base(name) {
+    SC_METHOD(update);
+    sensitive << data << offset << lanes;
+  }
+
+  void update() {
+    sc_biguint<128> value = data.read();
+    sum.write(offset.read() + value);
+    lanes_out.write(lanes.read());
+  }
+};
+
+// Adds one, in W bits.
+template <int W> SC_MODULE(inc) {
+  sc_in<sc_uint<W>> in;
+  sc_out<sc_uint<W>> out;
+
+  void step() { out.write(in.read() + 1); }
+
+  SC_CTOR(inc) {
+    SC_METHOD(step);
+    sensitive << in;
+  }
+};
+
+typedef inc<12> inc12;
+
+#endif
