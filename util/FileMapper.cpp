@@ -8,19 +8,100 @@
 #include <bit>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#ifdef __x86_64__
+#include <immintrin.h>
+#endif
 #include <map>
 #include <memory>
+#include <sys/mman.h>
 
 namespace {
 
 /// Tables shorter than this are searched directly; an index would not pay.
 constexpr size_t kIndexedLines = 256;
 
-/// Bytes read from the stream per call while loading.
-constexpr size_t kReadChunk = size_t(1) << 20;
+/// Bytes read from the stream per call while loading: small enough that
+/// the chunk is still in the cache when it is scanned.
+constexpr size_t kReadChunk = size_t(1) << 16;
 
-/// Stamps are keyed by their bit pattern: any double a stream carries (NaN
-/// included) then orders strictly, and equal keys are exactly equal stamps.
+/// Writes, for each line feed in [\p data, \p data + \p size), \p base
+/// plus the offset just behind it to \p out, which has room for \p size + 4
+/// values; returns the end of what it wrote.
+///
+/// Lines of netlists are short, so the line feeds of 64 bytes at a time are
+/// taken as a bit mask.  The first four of a mask are stored without asking
+/// how many there are (a store past the last is overwritten later): a loop
+/// that stops at the last bit would mispredict at nearly every line.
+inline uint64_t *emitLineStarts(uint64_t *out, uint64_t mask, uint64_t at) {
+  const int count = std::popcount(mask);
+  uint64_t rest = mask;
+  out[0] = at + unsigned(std::countr_zero(rest));
+  rest &= rest - 1;
+  out[1] = at + unsigned(std::countr_zero(rest));
+  rest &= rest - 1;
+  out[2] = at + unsigned(std::countr_zero(rest));
+  rest &= rest - 1;
+  out[3] = at + unsigned(std::countr_zero(rest));
+  rest &= rest - 1;
+  if (count > 4)
+    for (uint64_t *more = out + 4; rest; rest &= rest - 1)
+      *more++ = at + unsigned(std::countr_zero(rest));
+  return out + count;
+}
+
+#ifdef __x86_64__
+__attribute__((target("avx2,bmi,popcnt"))) uint64_t *
+scanAvx2(const char *data, size_t &i, size_t size, uint64_t base, uint64_t *out) {
+  const __m256i feed = _mm256_set1_epi8('\n');
+  for (; i + 64 <= size; i += 64) {
+    const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(data + i));
+    const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(data + i + 32));
+    const uint64_t mask =
+        uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(low, feed))) |
+        uint64_t(uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(high, feed)))) << 32;
+    out = emitLineStarts(out, mask, base + i + 1);
+  }
+  return out;
+}
+
+uint64_t *scanSse2(const char *data, size_t &i, size_t size, uint64_t base, uint64_t *out) {
+  const __m128i feed = _mm_set1_epi8('\n');
+  for (; i + 64 <= size; i += 64) {
+    uint64_t mask = 0;
+    for (int part = 0; part < 4; ++part) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(data + i + 16 * part));
+      mask |= uint64_t(uint32_t(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, feed)))) << (16 * part);
+    }
+    out = emitLineStarts(out, mask, base + i + 1);
+  }
+  return out;
+}
+#endif
+
+uint64_t *scanLineStarts(const char *data, size_t size, uint64_t base, uint64_t *out) {
+  size_t i = 0;
+#ifdef __x86_64__
+  static const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                           __builtin_cpu_supports("popcnt");
+  out = avx2 ? scanAvx2(data, i, size, base, out) : scanSse2(data, i, size, base, out);
+#endif
+  for (; i < size; ++i)
+    if (data[i] == '\n')
+      *out++ = base + i + 1;
+  return out;
+}
+
+/// Asks for huge pages under the unused capacity of \p table: a table of
+/// tens of megabytes otherwise costs a page fault per 4 KB as it fills.
+void adviseHugePages(std::vector<uint64_t> &table) {
+  constexpr uintptr_t kHuge = uintptr_t(2) << 20;
+  const uintptr_t from = (reinterpret_cast<uintptr_t>(table.data() + table.size()) + kHuge - 1) & ~(kHuge - 1);
+  const uintptr_t to = reinterpret_cast<uintptr_t>(table.data() + table.capacity()) & ~(kHuge - 1);
+  if (from < to)
+    ::madvise(reinterpret_cast<void *>(from), to - from, MADV_HUGEPAGE);
+}
+
 using TableKey = std::pair<std::string, uint64_t>;
 using Table = std::map<TableKey, CountedRef<FileMapper>>;
 
@@ -54,14 +135,23 @@ void FileMapper::load() {
     return;
   m_LineStarts.push_back(0);
   std::unique_ptr<char[]> chunk(new char[kReadChunk]);
+  std::unique_ptr<uint64_t[]> found(new uint64_t[kReadChunk + 4]);
+  // Growing the table by doubling would copy it and touch twice its pages,
+  // which costs as much as the scan itself on a large file.  A plain file's
+  // size is known: after the first chunk the table is sized for the line
+  // length seen so far, with a margin.
+  std::error_code error;
+  const uint64_t size =
+      is_compressed_name(m_Path.c_str()) ? 0 : std::filesystem::file_size(m_Path, error);
   uint64_t consumed = 0;
   for (;;) {
     const size_t got = std::fread(chunk.get(), 1, kReadChunk, stream);
-    const char *at = chunk.get();
-    const char *const stop = at + got;
-    while (const char *newline = static_cast<const char *>(std::memchr(at, '\n', stop - at))) {
-      m_LineStarts.push_back(consumed + static_cast<uint64_t>(newline + 1 - chunk.get()));
-      at = newline + 1;
+    m_LineStarts.insert(m_LineStarts.end(), found.get(),
+                        scanLineStarts(chunk.get(), got, consumed, found.get()));
+    if (consumed == 0 && got == kReadChunk && !error && size > 4 * kReadChunk) {
+      const double perByte = double(m_LineStarts.size()) / double(got);
+      m_LineStarts.reserve(size_t(std::min(double(size), perByte * double(size) * 1.05)) + 1024);
+      adviseHugePages(m_LineStarts);
     }
     consumed += got;
     if (got < kReadChunk)
