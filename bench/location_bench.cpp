@@ -8,6 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -95,7 +96,15 @@ void BM_LocatorStream(benchmark::State &state) {
   state.counters["MB"] = static_cast<double>(bytes) / 1e6;
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(locators));
 }
-BENCHMARK(BM_LocatorStream)->Arg(10000)->Arg(20000)->Unit(benchmark::kMillisecond);
+// The machine may be shared: the least of a few runs is the figure.
+BENCHMARK(BM_LocatorStream)
+    ->Arg(10000)
+    ->Arg(20000)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(3)
+    ->ComputeStatistics("min",
+                        [](const std::vector<double> &v) { return *std::min_element(v.begin(), v.end()); })
+    ->ReportAggregatesOnly(true);
 
 } // namespace
 

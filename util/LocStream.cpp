@@ -61,17 +61,42 @@ std::pair<uint64_t, uint64_t> uniqueStamp() {
 
 LocSerializer::~LocSerializer() = default;
 
+uint32_t &LocSerializer::numberOf(const Locator *locator, uint32_t fresh, bool &inserted) {
+  if (2 * (m_Numbered + 1) > m_Numbers.size()) {
+    std::vector<std::pair<const Locator *, uint32_t>> old(std::max<size_t>(64, 2 * m_Numbers.size()));
+    old.swap(m_Numbers);
+    m_Numbered = 0;
+    for (const auto &[key, number] : old) {
+      if (key) {
+        bool unused;
+        numberOf(key, number, unused);
+      }
+    }
+  }
+  const size_t mask = m_Numbers.size() - 1;
+  // Fibonacci hashing spreads the aligned, mostly sequential addresses.
+  size_t slot = size_t((reinterpret_cast<uintptr_t>(locator) * 0x9E3779B97F4A7C15ull) >> 20) & mask;
+  while (m_Numbers[slot].first && m_Numbers[slot].first != locator)
+    slot = (slot + 1) & mask;
+  inserted = !m_Numbers[slot].first;
+  if (inserted) {
+    m_Numbers[slot] = {locator, fresh};
+    ++m_Numbered;
+  }
+  return m_Numbers[slot].second;
+}
+
 void LocSerializer::writeLocator(const LocatorRef &locator) {
   if (!locator) {
     writeU64(0);
     return;
   }
-  auto [it, fresh] = m_Numbers.try_emplace(locator.get(), m_Next);
-  if (!fresh) {
-    writeU64(it->second);
+  bool fresh = false;
+  const uint32_t number = numberOf(locator.get(), m_Next, fresh);
+  writeU64(number);
+  if (!fresh)
     return;
-  }
-  writeU64(m_Next++);
+  ++m_Next;
   m_Written.push_back(locator);
   locator->serialize(*this);
 }

@@ -35,7 +35,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -80,7 +79,14 @@ public:
   void writeLocator(const LocatorRef &locator);
 
 private:
-  std::unordered_map<const Locator *, uint32_t> m_Numbers;
+  /// The number of \p locator, inserting \p fresh when it has none yet.
+  uint32_t &numberOf(const Locator *locator, uint32_t fresh, bool &inserted);
+
+  /// The numbers by locator address: an open-addressing table (linear
+  /// probing, at most half full), one memory access per locator where a
+  /// node-based map would allocate and chase pointers.
+  std::vector<std::pair<const Locator *, uint32_t>> m_Numbers;
+  size_t m_Numbered = 0;
   uint32_t m_Next = 1;
   /// The numbered locators, kept alive so that no address is reused
   /// while this serializer numbers by address.

@@ -484,15 +484,15 @@ void TopLocator::deserialize(LocDeserializer &des) {
   m_DesOffset = base;
   // Merged as if inserted one by one, each after the entries that start
   // where it does.
-  std::stable_sort(incoming.begin(), incoming.end(),
-                   [](const Entry &a, const Entry &b) { return a.start < b.start; });
+  const auto byStart = [](const Entry &a, const Entry &b) { return a.start < b.start; };
+  if (!std::is_sorted(incoming.begin(), incoming.end(), byStart))
+    std::stable_sort(incoming.begin(), incoming.end(), byStart);
   const size_t old = m_Entries.size();
   m_Entries.insert(m_Entries.end(), std::make_move_iterator(incoming.begin()),
                    std::make_move_iterator(incoming.end()));
   if (old > 0 && old < m_Entries.size() && m_Entries[old].start < m_Entries[old - 1].start)
     std::inplace_merge(m_Entries.begin(), m_Entries.begin() + static_cast<ptrdiff_t>(old),
-                       m_Entries.end(),
-                       [](const Entry &a, const Entry &b) { return a.start < b.start; });
+                       m_Entries.end(), byStart);
 }
 
 void TopLocator::dumpTable() const {
