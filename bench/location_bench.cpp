@@ -47,6 +47,27 @@ void BM_ToPosition(benchmark::State &state) {
 }
 BENCHMARK(BM_ToPosition);
 
+// The floor under any look-up in a table of this size: one random read of
+// a table of 10 million offsets, the same size as the line table.
+void BM_RandomReadBaseline(benchmark::State &state) {
+  std::vector<uint64_t> table(10000000);
+  for (size_t i = 0; i < table.size(); ++i)
+    table[i] = i * 60;
+  std::mt19937_64 random(2);
+  std::vector<uint64_t> indexes(1 << 20);
+  for (uint64_t &index : indexes)
+    index = random() % table.size();
+  size_t i = 0;
+  uint64_t sum = 0;
+  for (auto _ : state) {
+    sum += table[indexes[i]];
+    i = (i + 1) & (indexes.size() - 1);
+  }
+  benchmark::DoNotOptimize(sum);
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_RandomReadBaseline);
+
 /// \p locators locators over \p files files of 1000 lines: one FileLocator
 /// per file (every tenth included from the one before), the rest macro
 /// expansions, remaps and protected blocks in those files, each with its

@@ -137,6 +137,7 @@ FileMapper::~FileMapper() = default;
 void FileMapper::load() {
   m_LineStarts.clear();
   m_Buckets.clear();
+  m_IndexTried = false;
   if (!isRegularFile(m_Path)) {
     m_LoadState = kNotRegularFile;
     return;
@@ -174,70 +175,78 @@ void FileMapper::load() {
 
 void FileMapper::buildIndex() {
   const size_t lines = m_LineStarts.size();
-  if (lines < kIndexedLines || lines > UINT32_MAX)
+  if (lines < kIndexedLines || lines > UINT32_MAX || m_LineStarts.back() >= uint64_t(1) << 62)
     return;
   const uint64_t last = m_LineStarts.back();
+  // Buckets of half a line or less on average, so that few of them hold
+  // two line starts or more.
   unsigned shift = 0;
-  while ((last >> shift) >= lines)
+  while ((last >> shift) >= 2 * lines)
     ++shift;
   // One bucket per 2^shift bytes up to the last line start, and one more
   // that closes the last bucket's range.
-  const uint64_t buckets = (last >> shift) + 1;
-  m_Buckets.reserve(buckets + 1);
-  adviseHugePages(m_Buckets);
-  m_Buckets.resize(buckets + 1);
+  const uint64_t buckets = (last >> shift) + 2;
+  std::vector<Bucket> index;
+  index.reserve(buckets);
+  adviseHugePages(index);
   uint32_t line = 0;
   for (uint64_t b = 0; b < buckets; ++b) {
     const uint64_t first = b << shift;
     while (line + 1 < lines && m_LineStarts[line + 1] <= first)
       ++line;
-    m_Buckets[b] = line;
+    const uint64_t back = first - m_LineStarts[line];
+    if (back > UINT32_MAX)
+      return; // a line of 4 GB: the plain search will do
+    index.push_back(Bucket{line, static_cast<uint32_t>(back)});
   }
-  m_Buckets[buckets] = static_cast<uint32_t>(lines - 1);
+  m_Buckets = std::move(index);
   m_BucketShift = shift;
 }
 
-size_t FileMapper::lineIndexOf(uint64_t offset) const {
+inline std::pair<size_t, uint64_t> FileMapper::lineOf(uint64_t offset) const {
   // The line that holds an offset is the last one starting at or before it.
   const uint64_t *const starts = m_LineStarts.data();
   const size_t lines = m_LineStarts.size();
-  if (m_Buckets.empty())
-    return size_t(std::upper_bound(starts, starts + lines, offset) - starts) - 1;
-  if (offset >= starts[lines - 1])
-    return lines - 1;
-  // The answer lies between the lines that hold the first bytes of this
-  // bucket and of the next one.  A bucket is about a line long, so that
-  // range is mostly one to three lines, decided without a branch: random
-  // look-ups then overlap in the processor instead of each waiting for
-  // its memory reads after a mispredicted jump.
-  const uint64_t bucket = offset >> m_BucketShift;
-  const size_t low = m_Buckets[bucket];
-  const size_t high = m_Buckets[bucket + 1];
-  if (high - low <= 2) {
-    const size_t one = std::min(low + 1, high);
-    const size_t two = std::min(low + 2, high);
-    return low + (size_t(starts[one] <= offset) & size_t(one != low)) +
-           (size_t(starts[two] <= offset) & size_t(two != one));
+  size_t low = 0;
+  size_t high = lines - 1;
+  if (!m_Buckets.empty()) {
+    if (offset >= starts[lines - 1])
+      return {lines - 1, starts[lines - 1]};
+    // The answer lies between the lines that hold the first bytes of this
+    // bucket and of the next one.  A bucket is about a line long, so that
+    // is mostly one of those two, whose starts the buckets carry: one
+    // memory read and no jump to mispredict, so that random look-ups
+    // overlap in the processor instead of each waiting for its own reads.
+    const uint64_t bucket = offset >> m_BucketShift;
+    const Bucket here = m_Buckets[bucket];
+    const Bucket next = m_Buckets[bucket + 1];
+    if (next.line - here.line <= 1) {
+      const uint64_t nextStart = ((bucket + 1) << m_BucketShift) - next.back;
+      const uint64_t hereStart = (bucket << m_BucketShift) - here.back;
+      // Selected by mask rather than by a jump that would mispredict.
+      const uint64_t inNext = uint64_t(0) - uint64_t(nextStart <= offset);
+      return {here.line ^ ((here.line ^ next.line) & inNext),
+              hereStart ^ ((hereStart ^ nextStart) & inNext)};
+    }
+    low = here.line;
+    high = next.line;
   }
-  return size_t(std::upper_bound(starts + low, starts + high + 1, offset) - starts) - 1;
+  const size_t line = size_t(std::upper_bound(starts + low, starts + high + 1, offset) - starts) - 1;
+  return {line, starts[line]};
 }
 
 LocEntry FileMapper::toPosition(uint64_t offset) {
-  LocEntry entry;
-  entry.file = m_Path;
-  if (m_LineStarts.empty()) {
-    if (m_LoadState != kNotLoaded)
-      return entry;
+  if (m_LineStarts.empty() && m_LoadState == kNotLoaded)
     load();
-    if (m_LineStarts.empty())
-      return entry;
-  }
-  if (m_Buckets.empty() && m_LineStarts.size() >= kIndexedLines)
+  if (m_LineStarts.empty())
+    return LocEntry{LocKind::Plain, m_Path, 0, 0};
+  if (m_Buckets.empty() && !m_IndexTried && m_LineStarts.size() >= kIndexedLines) {
+    m_IndexTried = true;
     buildIndex();
-  const size_t line = lineIndexOf(offset);
-  entry.line = static_cast<int32_t>(static_cast<uint32_t>(line + 1));
-  entry.column = static_cast<int32_t>(static_cast<uint32_t>(offset + 1 - m_LineStarts[line]));
-  return entry;
+  }
+  const auto [line, start] = lineOf(offset);
+  return LocEntry{LocKind::Plain, m_Path, static_cast<int32_t>(static_cast<uint32_t>(line + 1)),
+                  static_cast<int32_t>(static_cast<uint32_t>(offset + 1 - start))};
 }
 
 void FileMapper::writeRecord(LocSerializer &ser) {

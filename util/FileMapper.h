@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 class LocDeserializer;
@@ -68,21 +69,28 @@ public:
   static void clearTable();
 
 private:
+  /// A coarse index over the line table: bucket b describes the line that
+  /// holds offset b << m_BucketShift, by its index and by how far before
+  /// that offset it starts.  The buckets are about as many as the lines,
+  /// so a look-up mostly reads two neighbouring buckets and nothing else,
+  /// instead of a binary search through a table larger than the caches.
+  struct Bucket {
+    uint32_t line;
+    uint32_t back;
+  };
+
   void buildIndex();
-  size_t lineIndexOf(uint64_t offset) const;
+  /// The index and start of the line that holds \p offset.
+  std::pair<size_t, uint64_t> lineOf(uint64_t offset) const;
 
   std::string m_Path;
   uint8_t m_LoadState = kNotLoaded;
   double m_Stamp = 0;
   std::vector<uint64_t> m_LineStarts;
 
-  // A coarse index over the line table: bucket b holds the index of the
-  // line that contains offset b << m_BucketShift.  The buckets are about as
-  // many as the lines, so a look-up touches one bucket and a line or two
-  // instead of walking a binary search through a table larger than the
-  // caches.
-  std::vector<uint32_t> m_Buckets;
+  std::vector<Bucket> m_Buckets;
   unsigned m_BucketShift = 0;
+  bool m_IndexTried = false;
 };
 
 #endif

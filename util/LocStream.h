@@ -48,8 +48,10 @@ enum class LocatorTag : uint64_t {
 };
 
 /// The deepest locator graph a reader accepts (the longest chain of
-/// references from one locator outward).
-constexpr uint32_t kMaxLocatorDepth = 4096;
+/// references from one locator outward).  Far beyond any include or macro
+/// nesting; it bounds the stack of reading and printing, and the time of a
+/// trace, which grows with the square of the depth.
+constexpr uint32_t kMaxLocatorDepth = 1024;
 
 /// While set, file records carry no line starts (option
 /// -exclude-file-offsets): positions read back are line 1, column offset+1.

@@ -211,13 +211,13 @@ void RemapLocator::deserialize(LocDeserializer &des) {
 // MacroLocator
 
 void MacroLocator::trace(uint64_t, std::vector<LocEntry> &out) const {
+  // Only the first line of the definition's chain is shown, and location()
+  // is that line.  Taking it from a whole trace of the definition would
+  // cost twice per level in a chain of macros whose definitions and uses
+  // share locators, which a hostile stream can make 2^depth.
   if (m_Definition) {
-    std::vector<LocEntry> definition;
-    m_Definition->trace(m_DefinitionOffset, definition);
-    if (!definition.empty()) {
-      out.push_back(std::move(definition.front()));
-      out.back().kind = LocKind::DefinedAt;
-    }
+    out.emplace_back();
+    location(0, out.back());
   }
   if (m_Expansion) {
     const size_t before = out.size();
@@ -227,10 +227,10 @@ void MacroLocator::trace(uint64_t, std::vector<LocEntry> &out) const {
 }
 
 void MacroLocator::location(uint64_t, LocEntry &out) const {
-  std::vector<LocEntry> definition;
   if (m_Definition)
-    m_Definition->trace(m_DefinitionOffset, definition);
-  out = definition.empty() ? LocEntry{} : std::move(definition.front());
+    m_Definition->location(m_DefinitionOffset, out);
+  else
+    out = LocEntry{};
   out.kind = LocKind::DefinedAt;
 }
 
