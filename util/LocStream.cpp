@@ -74,8 +74,11 @@ uint32_t &LocSerializer::numberOf(const Locator *locator, uint32_t fresh, bool &
     }
   }
   const size_t mask = m_Numbers.size() - 1;
-  // Fibonacci hashing spreads the aligned, mostly sequential addresses.
-  size_t slot = size_t((reinterpret_cast<uintptr_t>(locator) * 0x9E3779B97F4A7C15ull) >> 20) & mask;
+  // The address itself, in units of the smallest locator: locators made
+  // one after another sit next to each other in memory and so land in
+  // neighbouring slots, and a stream of a million locators walks the
+  // table instead of jumping through it.
+  size_t slot = size_t(reinterpret_cast<uintptr_t>(locator) / 32) & mask;
   while (m_Numbers[slot].first && m_Numbers[slot].first != locator)
     slot = (slot + 1) & mask;
   inserted = !m_Numbers[slot].first;
