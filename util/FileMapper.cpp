@@ -213,8 +213,9 @@ inline std::pair<size_t, uint64_t> FileMapper::lineOf(uint64_t offset) const {
     if (offset >= starts[lines - 1])
       return {lines - 1, starts[lines - 1]};
     // The answer lies between the lines that hold the first bytes of this
-    // bucket and of the next one.  A bucket is about a line long, so that
-    // is mostly one of those two, whose starts the buckets carry: one
+    // bucket and of the next one.  A bucket is at most half a line long on
+    // average, so that is mostly one of those two, whose starts the
+    // buckets carry: one
     // memory read and no jump to mispredict, so that random look-ups
     // overlap in the processor instead of each waiting for its own reads.
     const uint64_t bucket = offset >> m_BucketShift;

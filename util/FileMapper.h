@@ -71,8 +71,8 @@ public:
 private:
   /// A coarse index over the line table: bucket b describes the line that
   /// holds offset b << m_BucketShift, by its index and by how far before
-  /// that offset it starts.  The buckets are about as many as the lines,
-  /// so a look-up mostly reads two neighbouring buckets and nothing else,
+  /// that offset it starts.  There are two to four buckets per line, so
+  /// a look-up mostly reads two neighbouring buckets and nothing else,
   /// instead of a binary search through a table larger than the caches.
   struct Bucket {
     uint32_t line;
