@@ -4,6 +4,7 @@
 #include "util/AppInfo.h"
 #include "util/env.h"
 #include "util/fs.h"
+#include "util/LocStream.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -200,6 +201,12 @@ VersionVerboseArg::VersionVerboseArg()
 ExcludeFileOffsets::ExcludeFileOffsets()
     : SwitchArg("-exclude-file-offsets", 0x1,
                 "Excludes the file offsets from the components when saved to the library") {}
+
+bool ExcludeFileOffsets::Set(const char *value) {
+  SwitchArg::Set(value);
+  setExcludeFileOffsets(true);
+  return true;
+}
 
 namespace {
 

@@ -190,9 +190,12 @@ public:
 };
 
 /// "-exclude-file-offsets": saved source locations leave out file offsets.
+/// Given, it turns on the locator stream's process-wide flag
+/// (setExcludeFileOffsets()).
 class ExcludeFileOffsets : public SwitchArg {
 public:
   ExcludeFileOffsets();
+  bool Set(const char *value) override;
 };
 
 /// The standard options of the current registry.

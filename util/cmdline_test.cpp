@@ -1,6 +1,7 @@
 #include "util/cmdline.h"
 
 #include "testsupport/testsupport.h"
+#include "util/LocStream.h"
 #include "util/strings.h"
 
 #include <gtest/gtest.h>
@@ -97,6 +98,18 @@ TEST(ParseArguments, MessagesAndResults) {
     EXPECT_EQ(result.err, c.err) << c.args[1];
     EXPECT_EQ(result.out, c.out) << c.args[1];
   }
+}
+
+TEST(ParseArguments, ExcludeFileOffsetsReachesTheLocatorStream) {
+  const RunResult result = run_in_child([] {
+    ScopedCmdLine scope;
+    RegisterGeneralGroup();
+    std::printf("%d", excludeFileOffsets());
+    ParseArguments("t", {"t", "-exclude-file-offsets"}, 1);
+    std::printf("%d", excludeFileOffsets());
+  });
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, "01");
 }
 
 TEST(ParseArguments, ModesKeepOrExtendTheCleanVector) {
