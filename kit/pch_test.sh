@@ -47,9 +47,7 @@ cmp -s "$scratch/matching/wrapper.sv" "$scratch/optimised_off/wrapper.sv" ||
 # quillc-env's verdict on a copy of the kit whose record names the copy.
 cp -a "$(dirname "$env_command")/quillc-env" "$scratch/"
 cp -a "$SYSTEMC_PATH/.." "$scratch/kit"
-sed -i "s|$(cd "$SYSTEMC_PATH/.." && pwd -P)/|$scratch/kit/|g" "$scratch/kit/systemc/pch.d"
-# A copy is a change of status: the record is younger.
-touch "$scratch/kit/systemc/pch.id"
+sed -i "s|$(cd "$SYSTEMC_PATH/.." && pwd -P)/|$scratch/kit/|g" "$scratch"/kit/systemc/pch.[di]*
 mkdir "$scratch/other-gcc"
 printf '#!/bin/sh\ncase "$1" in --version) echo "gcc (Other) 99.1";; *) exec %s "$@";; esac\n' "$(command -v gcc)" \
   >"$scratch/other-gcc/gcc"
