@@ -19,8 +19,7 @@ export LC_ALL=C
 "$build/quillc-env" --check || { echo "bench: run quillc-env --refresh first" >&2; exit 1; }
 # The kit without them: the same files, the precompiled directory left out.
 mkdir -p "$scratch/plain/kit"
-cp -a "$build/kit/systemc" "$build/kit/quillc" "$build/kit/tarn" "$scratch/plain/kit/"
-rm -rf "$scratch/plain/kit/systemc/include/systemc.h.gch"
+tar -C "$build/kit" --exclude=systemc.h.gch -cf - systemc quillc tarn | tar -C "$scratch/plain/kit" -xf -
 cp "$build/quillc-env" "$scratch/plain/"
 declare -A env_of=([pch]="$build/quillc-env" [plain]="$scratch/plain/quillc-env")
 
