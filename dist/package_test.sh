@@ -30,14 +30,10 @@ for script in postinst prerm triggers; do
   [ -f "$scratch/control/$script" ] || fail "no $script in the package"
 done
 
+# What the run below does not use; the rest is used from the unpacked root.
 files=$(dpkg-deb -c "$deb" | awk '{ print $6 }')
-for file in ./usr/bin/quillc ./usr/bin/quillc-env ./usr/share/man/man1/quillc.1 \
-  ./usr/share/bash-completion/completions/quillc ./usr/lib/quillc/kit/systemc/include/systemc.h \
-  ./usr/lib/quillc/kit/systemc/lib64/libsystemc.a ./usr/lib/quillc/kit/quillc/include/startup.cpp \
-  ./usr/lib/quillc/kit/quillc/lib/libwrapper_generator.a ./usr/lib/quillc/kit/quillc/lib/libsccosim.a \
-  ./usr/lib/quillc/kit/tarn/include/ ./usr/lib/libcorvane_support.a \
-  ./usr/include/corvane/util/roster.h ./usr/lib/cmake/CorvaneSupport/CorvaneSupportConfig.cmake \
-  ./usr/lib/pkgconfig/corvane-support.pc; do
+for file in ./usr/share/man/man1/quillc.1 ./usr/share/bash-completion/completions/quillc \
+  ./usr/lib/cmake/CorvaneSupport/CorvaneSupportConfig.cmake; do
   grep -qxF "$file" <<<"$files" || fail "the package lacks $file"
 done
 # Made on the machine, never shipped.

@@ -64,11 +64,5 @@ other compiler|PATH=\$PWD/other-gcc:\$PATH|1|quillc-env: precompiled SystemC hea
 not built|rm -r kit/systemc/include/systemc.h.gch|1|quillc-env: precompiled SystemC headers: they are not built
 CASES
 
-# The stale verdict reaches whoever asks for the environment, which is
-# still printed.
-out=$("$scratch/quillc-env" 2>&1 >/dev/null)
-[ "$out" = "quillc-env: note: no precompiled SystemC headers in $scratch/kit; 'quillc-env --refresh' builds them" ] ||
-  fail "environment of a kit without them: [$out]"
-
 ((failures == 0)) || exit 1
 echo "precompiled headers: used when the options match, not otherwise; checked by quillc-env"
