@@ -43,7 +43,9 @@ dpkg -x "$deb" "$scratch/root"
 usr="$scratch/root/usr"
 "$usr/bin/quillc-env" --refresh
 "$usr/bin/quillc-env" --check || fail "quillc-env --check after --refresh"
-eval "$("$usr/bin/quillc-env")"
+# Also through a link from elsewhere, as from a directory on PATH.
+ln -s "$usr/bin/quillc-env" "$scratch/linked-env"
+eval "$("$scratch/linked-env")"
 [ "$SYSTEMC_PATH" = "$usr/lib/quillc/kit/systemc" ] || fail "SYSTEMC_PATH is $SYSTEMC_PATH"
 
 mkdir "$scratch/work"
