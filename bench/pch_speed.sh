@@ -81,6 +81,7 @@ declare -A label=([wrapper]="wrapper-step compile" [library]="library-step compi
 field() {
   tr ' ' '\n' <<<"$1" | cut -d, -f"$2" | grep .
 }
+# shellcheck disable=SC2046
 for measure in "${measures[@]}"; do
   plain=$(median $(field "${times[$measure.plain]}" 1))
   pch=$(median $(field "${times[$measure.pch]}" 1))
