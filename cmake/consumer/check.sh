@@ -1,19 +1,26 @@
 #!/usr/bin/env bash
 # Installs the support library from build tree $1 into a scratch prefix,
-# builds cmake/consumer against it with find_package(CorvaneSupport) and
-# checks what the consumer prints.
+# builds cmake/consumer against it, once with find_package(CorvaneSupport)
+# and once with pkg-config, and checks what the consumer prints.
 set -euo pipefail
 build=$1
 source=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
+cmake --install "$build" --prefix "$scratch/prefix" --component dev >/dev/null
 cmake -S "$source" -B "$scratch/build" -G Ninja -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
 cmake --build "$scratch/build" >/dev/null
-out=$("$scratch/build/consumer")
+# The .pc file finds its prefix relative to itself: the prefix moves.
+mv "$scratch/prefix" "$scratch/moved"
+export PKG_CONFIG_PATH="$scratch/moved/lib/pkgconfig"
+# shellcheck disable=SC2046
+g++ -std=c++20 "$source/main.cpp" -o "$scratch/pc-consumer" $(pkg-config --cflags --libs corvane-support)
 expected='=W:[Demo] "a\tb"'
-if [ "$out" != "$expected" ]; then
-  echo "consumer printed '$out', expected '$expected'" >&2
-  exit 1
-fi
-echo "installed support library: found, compiled against and linked"
+for consumer in "$scratch/build/consumer" "$scratch/pc-consumer"; do
+  out=$("$consumer")
+  if [ "$out" != "$expected" ]; then
+    echo "$consumer printed '$out', expected '$expected'" >&2
+    exit 1
+  fi
+done
+echo "installed support library: found, compiled against and linked (CMake package, pkg-config)"

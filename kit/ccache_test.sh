@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# quillc under a compiler cache in masquerade form (its gcc first on PATH),
+# with the settings that the kit's precompiled headers need: rebuilding the
+# counter takes every compile from the cache, and takes less time.
+#
+#   ccache_test.sh QUILLC QUILLC_ENV ROOT
+set -euo pipefail
+quillc=$1 env_command=$2 root=$3
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+export LC_ALL=C
+eval "$("$env_command")"
+export PATH="/usr/lib/ccache:$PATH" CCACHE_DIR="$scratch/cache" CCACHE_SLOPPINESS=pch_defines,time_macros
+unset CCACHE_DISABLE CCACHE_RECACHE CCACHE_READONLY CCACHE_PREFIX
+[ "$(command -v gcc)" = /usr/lib/ccache/gcc ] || { echo "FAIL: no masquerading gcc" >&2; exit 1; }
+mkdir "$scratch/work"
+cp "$root/examples/counter/counter.cpp" "$scratch/work/"
+
+# Prints the seconds that one clean build took, after checking that it
+# made the library.
+build() {
+  (cd "$scratch/work" && rm -rf sc_module wrapper.sv libcorvanesc.so quillc.log)
+  ccache --zero-stats >/dev/null
+  local start=$EPOCHREALTIME
+  (cd "$scratch/work" && "$quillc" -module counter counter.cpp >out 2>&1)
+  local end=$EPOCHREALTIME
+  [ -f "$scratch/work/libcorvanesc.so" ] || { cat "$scratch/work/out" >&2; exit 1; }
+  awk -v a="$start" -v b="$end" 'BEGIN { printf "%.2f\n", b - a }'
+}
+
+# hits, misses: the two export compiles; the links are not cacheable.
+stats() {
+  ccache --print-stats | awk '
+    $1 == "direct_cache_hit" || $1 == "preprocessed_cache_hit" { hit += $2 }
+    $1 == "cache_miss" { miss += $2 }
+    END { print hit + 0, miss + 0 }'
+}
+
+first=$(build)
+first_stats=$(stats)
+second=$(build)
+second_stats=$(stats)
+echo "first run ${first} s (hits, misses: $first_stats), second run ${second} s ($second_stats)"
+failures=0
+[ "$first_stats" = "0 2" ] || { echo "FAIL: the first run should miss twice" >&2; failures=1; }
+[ "$second_stats" = "2 0" ] || { echo "FAIL: the second run should hit twice" >&2; failures=1; }
+awk -v a="$first" -v b="$second" 'BEGIN { exit !(b < a) }' ||
+  { echo "FAIL: the second run was not faster" >&2; failures=1; }
+exit $failures

@@ -1,0 +1,26 @@
+# Precompiled systemc.h for the kit, one per quillc compile command, built
+# by the kit's own command (quillc-env --refresh) so that a build tree and
+# an installed kit make them the same way.  The command writes a make-style
+# list of every header it read, which brings them up to date whenever the
+# kit's systemc.h or anything it includes changes.
+set(kit_pch_stamp ${kit_systemc_path}/pch.id)
+add_custom_command(OUTPUT ${kit_pch_stamp}
+  BYPRODUCTS ${kit_systemc_path}/include/systemc.h.gch/wrapper
+             ${kit_systemc_path}/include/systemc.h.gch/cosim
+             ${kit_systemc_path}/pch.d
+  COMMAND ${PROJECT_BINARY_DIR}/quillc-env --refresh
+  DEPENDS ${PROJECT_BINARY_DIR}/quillc-env ${kit_systemc_path}/include/systemc.h
+  DEPFILE ${kit_systemc_path}/pch.d
+  COMMENT "Precompiling the kit's systemc.h"
+  VERBATIM)
+add_custom_target(kit_pch ALL DEPENDS ${kit_pch_stamp})
+
+if(QUILLC_BUILD_TESTS)
+  add_test(NAME kit.PrecompiledHeaders
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pch_test.sh $<TARGET_FILE:quillc>
+      ${PROJECT_BINARY_DIR}/quillc-env $<TARGET_FILE:kit_cosim_loader> ${PROJECT_SOURCE_DIR})
+  add_test(NAME kit.CompilerCache
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/ccache_test.sh $<TARGET_FILE:quillc>
+      ${PROJECT_BINARY_DIR}/quillc-env ${PROJECT_SOURCE_DIR})
+  set_tests_properties(kit.PrecompiledHeaders kit.CompilerCache PROPERTIES TIMEOUT 600)
+endif()
