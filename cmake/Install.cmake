@@ -93,8 +93,10 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # quillc's commands run gcc on C++ sources against the system's SystemC;
+# the wrapper generator reads port names from the sources through libclang,
+# which needs its own built-in headers to parse them;
 # the support library's users compile against fmt and link libcrypto.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "g++, libsystemc-dev")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "g++, libsystemc-dev, libclang1-14, libclang-common-14-dev")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libfmt-dev, libssl-dev, bash-completion")
 set(QUILLC_INSTALLED_ENV ${CPACK_PACKAGING_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/quillc-env)
 set(QUILLC_INSTALLED_KIT ${CPACK_PACKAGING_INSTALL_PREFIX}/${QUILLC_KIT_INSTALL_DIR})
