@@ -152,8 +152,8 @@ ErrorRoster::~ErrorRoster() = default;
 
 ErrorRoster &ErrorRoster::Get() {
   // Never destroyed: messages and crashes may come during exit.
-  static ErrorRoster *roster = new ErrorRoster;
-  return *roster;
+  static ErrorRoster &roster = *new ErrorRoster;
+  return roster;
 }
 
 int ErrorRoster::EffectiveSeverity(const char *id, int severity) const {

@@ -18,7 +18,12 @@ namespace {
 int sessionCount = 0;
 FILE *telemetryFile = nullptr;
 struct timeval sessionStart = {};
-std::string toolName;
+
+/// Records are written during exit too (shutdown, crash): never destroyed.
+std::string &toolName() {
+  static std::string &name = *new std::string;
+  return name;
+}
 
 /// Opens the file on the first record of a session, or switches telemetry
 /// off when it cannot be had.
@@ -81,9 +86,9 @@ int TelemetrySessionCount() { return sessionCount; }
 
 struct timeval TelemetrySessionStart() { return sessionStart; }
 
-void SetTelemetryToolName(const char *name) { toolName = name ? name : ""; }
+void SetTelemetryToolName(const char *name) { toolName() = name ? name : ""; }
 
-const char *TelemetryToolName() { return toolName.c_str(); }
+const char *TelemetryToolName() { return toolName().c_str(); }
 
 // ---------------------------------------------------------------------------
 // JsonWriter
@@ -249,7 +254,7 @@ void AnalyticBase::Finish(JsonWriter &dimensions) {
   if (m_Finished)
     return;
   m_Finished = true;
-  dimensions.AddString("tool", toolName.c_str());
+  dimensions.AddString("tool", toolName().c_str());
   dimensions.AddString("version", kToolVersion);
   dimensions.AddString("version_verbose", kToolVersionVerbose);
   dimensions.Close();
