@@ -228,7 +228,8 @@ int ErrorRoster::VReportMessage(int severity, const char *id, bool toStderr, con
   size_t textStart = line.size();
   if (blankOwed)
     line.push_back(' ');
-  appendFormattedV(line, format ? format : "", args);
+  if (format)
+    appendFormattedV(line, format, args);
   if (blankOwed && line.size() == textStart + 1)
     line.pop_back(); // empty text: no blank after the id
   CollapsePercents(line);

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -21,67 +20,6 @@ using testsupport::write_file;
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string Quoted(const std::string &text) {
-  std::string out;
-  JsonWriter::WriteQuoted(out, text.c_str());
-  return out;
-}
-
-TEST(JsonWriter, EscapeTable) {
-  const std::pair<const char *, const char *> cases[] = {
-      {"", R"("")"},
-      {"a\tb\nc\rd / \"hi\" \\", R"("a\tb\nc\rd / \"hi\" \\")"},
-      {"\x01\b\f\x1b\x1f \x7f", R"("\u0001\u0008\u000c\u001b\u001f \u007f")"},
-      {"caf\xc3\xa9 \xe2\x82\xac\x80\xff ~", "\"caf\xc3\xa9 \xe2\x82\xac\x80\xff ~\""},
-  };
-  for (const auto &[text, json] : cases)
-    EXPECT_EQ(Quoted(text), json) << json;
-  std::string text, expected = "\""; // longer than the writer's staging block
-  for (int i = 0; i < 100; ++i)
-    text += "\x02x\\", expected += "\\u0002x\\\\";
-  EXPECT_EQ(Quoted(text), expected + "\"");
-}
-
-TEST(JsonWriter, CompactMembersScopesAndClosing) {
-  std::string out;
-  JsonWriter top(out);
-  top.AddString("s", "x");
-  top.AddInt("i", -5);
-  top.AddUnsigned("u", UINT64_MAX);
-  top.AddDouble("d", 2.5);
-  top.AddDouble("big", 1e20);
-  top.AddDouble("third", 1.0 / 3);
-  top.AddDouble("nan", std::nan(""));
-  top.AddString("null", nullptr);
-  JsonWriter array = top.AddArray("a");
-  array.AddString(nullptr, "p");
-  array.AddArray(nullptr).Close();
-  array.AddInt(nullptr, 7);
-  array.Close();
-  top.AddObject("o").Close();
-  top.Close();
-  top.AddString("late", "ignored");
-  top.AddObject("late").AddInt("n", 1); // nested in a closed scope
-  JsonWriter(out, true).Close();
-  EXPECT_EQ(out, R"({"s":"x","i":-5,"u":18446744073709551615,"d":2.5,"big":1e+20,)"
-                 R"("third":0.333333,"nan":null,"null":"","a":["p",[],7],"o":{}}[])");
-}
-
-TEST(JsonWriter, PrettyWithSpacesAndTabs) {
-  for (bool tabs : {false, true}) {
-    std::string out;
-    JsonWriter top(out, false, 0, true, 2, tabs);
-    top.AddInt("a", 1);
-    JsonWriter b = top.AddArray("b");
-    b.AddString(nullptr, "x");
-    b.AddObject(nullptr).Close();
-    b.Close();
-    top.Close();
-    EXPECT_EQ(out, tabs ? "{\n\t\"a\": 1,\n\t\"b\": [\n\t\t\"x\",\n\t\t{}\n\t]\n}"
-                        : "{\n  \"a\": 1,\n  \"b\": [\n    \"x\",\n    {}\n  ]\n}");
-  }
-}
 
 /// Reads a telemetry file back with Python's json module, one object per
 /// line, no key twice, and writes it compact with keys in file order; a
@@ -195,7 +133,8 @@ TEST(Telemetry, OneVariableOrNoDirectoryGivesNoFile) {
   // The execution id, and the log path under the test's directory.
   const std::pair<const char *, const char *> cases[] = {
       {"run42", nullptr}, {nullptr, ""}, {"run42", "/missing"}};
-  for (auto [id, path] : cases) {
+  for (const auto &c : cases) {
+    const char *id = c.first, *path = c.second;
     TempDir dir;
     auto result = run_in_child([&] {
       ::unsetenv("OBX_EXECUTION_ID");
