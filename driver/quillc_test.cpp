@@ -5,6 +5,7 @@
 // lines are the build plan's tests.
 
 #include "testsupport/testsupport.h"
+#include "util/strings.h"
 
 #include <gtest/gtest.h>
 
@@ -20,24 +21,15 @@ using testsupport::write_file;
 
 namespace {
 
-// Records every call as "<cwd>|<args>", creates the -o output (a runnable
-// wrapper generator that records its own run), and fails on request.
+// Records every call as "<cwd>|<args>", makes the wrapper generator a
+// program that records its own run, and fails on request.
 const char kRecordingGcc[] = R"(#!/bin/sh
 printf '%s|%s\n' "${PWD##*/}" "$*" >> "$QUILLC_TEST_RECORD"
-out=""; prev=""
-for a in "$@"; do
-  [ "$prev" = "-o" ] && out="$a"
-  prev="$a"
-done
-if [ -n "$QUILLC_TEST_FAIL" ]; then
-  case " $* " in *" $QUILLC_TEST_FAIL "*) echo "fake gcc: error in $QUILLC_TEST_FAIL" >&2; exit 1;; esac
-fi
-case "$out" in
-  "") ;;
-  *wrapper_generator) printf '#!/bin/sh\necho "wrapper_generator ran in ${PWD##*/}" >> "$QUILLC_TEST_RECORD"\n' > "$out"; chmod +x "$out";;
-  *) : > "$out";;
+case "$QUILLC_TEST_FAIL: $* " in ?*:*" $QUILLC_TEST_FAIL "*) echo "fake gcc: error in $QUILLC_TEST_FAIL" >&2; exit 1;; esac
+case " $* " in *" -o sc_module/wrapper_generator "*)
+  printf '#!/bin/sh\necho "wrapper_generator ran in ${PWD##*/}" >> "$QUILLC_TEST_RECORD"\n' > sc_module/wrapper_generator
+  chmod +x sc_module/wrapper_generator;;
 esac
-exit 0
 )";
 
 /// Drops the host banner (everything through "START TIME ..." and the blank
@@ -48,19 +40,6 @@ std::string after_banner(const std::string &text) {
     return text;
   size_t end = text.find('\n', start);
   return text.substr(end + 2);
-}
-
-std::vector<std::string> lines_of(const std::string &text) {
-  std::vector<std::string> lines;
-  size_t begin = 0;
-  while (begin < text.size()) {
-    size_t end = text.find('\n', begin);
-    if (end == std::string::npos)
-      end = text.size();
-    lines.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return lines;
 }
 
 class QuillcRun : public ::testing::Test {
@@ -81,7 +60,11 @@ protected:
   }
 
   fs::path record() const { return m_Bin / "calls"; }
-  std::vector<std::string> calls() const { return lines_of(read_file(record())); }
+  std::vector<std::string> calls() const {
+    std::vector<std::string> lines = splitString(read_file(record()), '\n');
+    lines.pop_back(); // after the last line feed
+    return lines;
+  }
   std::string log() const { return read_file(m_Work / "quillc.log"); }
 
   TempDir m_Work, m_Bin;
