@@ -86,7 +86,7 @@ TEST(FormatMessageLine, Layouts) {
 }
 
 // Console and log get the same bytes; a composed "%%" prints as "%", and no
-// other "%" of the text is taken for a conversion.
+// other "%" of the text is taken for a conversion.  Then blocks.
 TEST(ReportMessage, PrintsLinesToConsoleAndLog) {
   TempDir dir;
   const std::string longText(5000, 'x');
@@ -105,9 +105,26 @@ TEST(ReportMessage, PrintsLinesToConsoleAndLog) {
             ReportMessage(0, nullptr, "continuation is silenced\n"),
             ReportMessage(5, "Empty", "%s", ""),
         };
+        std::string codes = "|";
         for (int s : shown)
-          std::fprintf(stderr, "%d", s);
+          codes += std::to_string(s);
+        // Blocks go to standard error, or through the log's printer.
+        ErrorRoster &r = ErrorRoster::Get();
+        r.SetSeverity("Hidden", 0);
+        codes += std::to_string(r.BeginBlock("Hidden", 2));
+        r.Flush(); // nothing collected, no bracket: prints nothing
+        codes += std::to_string(r.BeginBlock("Blk", 3));
+        r.AddLine(0, "first\n");
+        r.AddFormattedLine(1, 0, "%s", "name");
+        r.AddFormattedLine(1, 1, "%d%%", 42);
+        r.Flush();
+        r.SetLogThroughSession(true);
+        r.SetBracketBlocks(true);
+        r.BeginBlock(nullptr, 1);
+        r.AddLine(0, "logged");
+        r.Flush();
         close_log_file();
+        std::fputs(codes.c_str(), stdout);
       },
       dir.path());
   EXPECT_EQ(result.status, 0);
@@ -115,9 +132,10 @@ TEST(ReportMessage, PrintsLinesToConsoleAndLog) {
                           "=E:[Open] cannot open a%s%n.cpp\n"
                           "=W:[P] 50% done, 100%% sure, 7% left, trailing %\n=W:[i%d] \n"
                           "=W:[Long] <" + longText + ">\n";
-  EXPECT_EQ(result.out, out + "=F:[Empty]");
-  EXPECT_EQ(result.err, "=F:[B] err %n%\n1111111101");
-  EXPECT_EQ(read_file(dir / "run.log"), out + "=F:[B] err %n%\n=F:[Empty]");
+  EXPECT_EQ(result.out, out + "=F:[Empty]|111111110104");
+  EXPECT_EQ(result.err, "=F:[B] err %n%\n=E:[Blk] <demotable>\n    first\n    name  42%\n"
+                        "=N:\n    logged\n=]\n");
+  EXPECT_EQ(read_file(dir / "run.log"), out + "=F:[B] err %n%\n=F:[Empty]=N:\n    logged\n=]\n");
 }
 
 // The limit check after every message: '.' nothing, 'L' a report (queued).
@@ -174,33 +192,6 @@ TEST(ErrorRoster, CountsLimitsAndSummaries) {
   r.SetMessageLimit(4, 0);
   r.SetMessageLimit(42, 1);
   EXPECT_TRUE(!r.CheckLimit(4) && !r.CheckLimit(5) && !r.CheckLimit(42));
-}
-
-TEST(ErrorRoster, BlocksThroughTheSink) {
-  TempDir dir;
-  auto result = run_in_child(
-      [] {
-        open_log_file("run.log");
-        ErrorRoster &r = ErrorRoster::Get();
-        r.SetSeverity("Hidden", 0);
-        std::fprintf(stdout, "%d", r.BeginBlock("Hidden", 2));
-        r.Flush(); // nothing collected, no bracket: prints nothing
-        std::fprintf(stdout, "%d", r.BeginBlock("Blk", 3));
-        r.AddLine(0, "first\n");
-        r.AddFormattedLine(1, 0, "%s", "name");
-        r.AddFormattedLine(1, 1, "%d%%", 42);
-        r.Flush();
-        r.SetLogThroughSession(true);
-        r.SetBracketBlocks(true);
-        r.BeginBlock(nullptr, 1);
-        r.AddLine(0, "logged");
-        r.Flush();
-        close_log_file();
-      },
-      dir.path());
-  EXPECT_EQ(result.out, "04");
-  EXPECT_EQ(result.err, "=E:[Blk] <demotable>\n    first\n    name  42%\n=N:\n    logged\n=]\n");
-  EXPECT_EQ(read_file(dir / "run.log"), "=N:\n    logged\n=]\n");
 }
 
 TEST(ErrorRoster, InternalAssertEndsInTheCrashHandler) {
