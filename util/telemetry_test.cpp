@@ -103,13 +103,11 @@ TEST(Telemetry, EveryEventAndMessageRecord) {
 }
 
 TEST(Telemetry, OneVariableOrNoDirectoryGivesNoFile) {
-  // The execution id, and the log path under the test's directory.
-  const std::pair<const char *, const char *> cases[] = {
-      {"run42", nullptr}, {nullptr, ""}, {"run42", "/missing"}};
-  for (const auto &c : cases) {
-    const char *id = c.first, *path = c.second;
+  // The execution id, and the log path under the test's directory; null
+  // leaves a variable unset.
+  for (auto [id, path] : {std::pair<const char *, const char *>{"run42", nullptr}, {nullptr, ""}, {"run42", "/missing"}}) {
     TempDir dir;
-    auto result = run_in_child([&] {
+    auto result = run_in_child([&, id = id, path = path] {
       ::unsetenv("OBX_EXECUTION_ID");
       ::unsetenv("OBX_TELEMETRY_LOG_PATH");
       if (id)
