@@ -46,13 +46,12 @@ std::string path_with(const fs::path &dir) {
 
 namespace {
 
-/// Forks; the child enters \p cwd (when given), takes \p input as standard
+/// Forks; the child enters \p cwd (when given), reads an empty standard
 /// input, writes its output into two files and runs \p child, which must
 /// not return.  The parent waits and collects.
-RunResult fork_and_collect(const fs::path &cwd, std::string_view input, const std::function<void()> &child) {
+RunResult fork_and_collect(const fs::path &cwd, const std::function<void()> &child) {
   TempDir io;
-  const fs::path in = io / "in", out = io / "out", err = io / "err";
-  write_file(in, input);
+  const fs::path in = "/dev/null", out = io / "out", err = io / "err";
   write_file(out, "");
   write_file(err, "");
   // Text still buffered here would otherwise be printed twice.
@@ -79,9 +78,8 @@ RunResult fork_and_collect(const fs::path &cwd, std::string_view input, const st
 
 } // namespace
 
-RunResult run(const std::vector<std::string> &argv, const fs::path &cwd, const std::vector<std::string> &env,
-              std::string_view input) {
-  return fork_and_collect(cwd, input, [&] {
+RunResult run(const std::vector<std::string> &argv, const fs::path &cwd, const std::vector<std::string> &env) {
+  return fork_and_collect(cwd, [&] {
     for (const std::string &entry : env) {
       const size_t eq = entry.find('=');
       if (eq == std::string::npos)
@@ -98,7 +96,7 @@ RunResult run(const std::vector<std::string> &argv, const fs::path &cwd, const s
 }
 
 RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
-  return fork_and_collect(cwd, {}, [&] {
+  return fork_and_collect(cwd, [&] {
     // An exception must not unwind into the test runner's copy.
     try {
       body();
