@@ -37,10 +37,10 @@ struct RunResult {
 };
 
 /// Runs argv[0] (searched on PATH) in \p cwd and waits for it.  \p env holds
-/// "NAME=VALUE" entries to set and bare "NAME" entries to unset; \p input is
-/// fed to standard input.
+/// "NAME=VALUE" entries to set and bare "NAME" entries to unset.  Standard
+/// input is empty.
 RunResult run(const std::vector<std::string> &argv, const std::filesystem::path &cwd,
-              const std::vector<std::string> &env = {}, std::string_view input = {});
+              const std::vector<std::string> &env = {});
 
 /// Runs \p body in a forked copy of this process, in \p cwd when given,
 /// with standard output and standard error captured.  When \p body returns,
