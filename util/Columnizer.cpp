@@ -66,7 +66,9 @@ size_t Columnizer::TextWidth(std::string_view text) const {
   return width;
 }
 
-Columnizer::Cell &Columnizer::CellAt(unsigned row, unsigned column) {
+Columnizer::Cell *Columnizer::CellAt(unsigned row, unsigned column) {
+  if (row >= kMaxRows || column >= kMaxColumns)
+    return nullptr;
   if (m_Rows.size() <= row)
     m_Rows.resize(row + 1);
   Row &r = m_Rows[row];
@@ -75,14 +77,17 @@ Columnizer::Cell &Columnizer::CellAt(unsigned row, unsigned column) {
     r.cells.resize(column + 1);
   Cell &cell = r.cells[column];
   cell.used = true;
-  return cell;
+  return &cell;
 }
 
-void Columnizer::AddLine(unsigned column, const char *text) {
-  AddText(static_cast<unsigned>(m_Rows.size()), column, text ? text : "");
+bool Columnizer::AddLine(unsigned column, const char *text) {
+  // RowCount() never exceeds kMaxRows, so the cast cannot wrap.
+  return AddText(static_cast<unsigned>(m_Rows.size()), column, text ? text : "");
 }
 
-void Columnizer::AddFormattedLine(unsigned row, unsigned column, const char *format, ...) {
+bool Columnizer::AddFormattedLine(unsigned row, unsigned column, const char *format, ...) {
+  if (row >= kMaxRows || column >= kMaxColumns)
+    return false;
   char small[256];
   va_list args;
   va_start(args, format);
@@ -90,28 +95,33 @@ void Columnizer::AddFormattedLine(unsigned row, unsigned column, const char *for
   va_copy(copy, args);
   int length = std::vsnprintf(small, sizeof small, format, copy);
   va_end(copy);
-  if (length < 0) {
-    va_end(args);
-    return;
-  }
-  if (static_cast<size_t>(length) < sizeof small) {
+  bool added = length >= 0;
+  if (added && static_cast<size_t>(length) < sizeof small) {
     AddText(row, column, std::string_view(small, length));
-  } else {
+  } else if (added) {
     std::string big(length, '\0');
     std::vsnprintf(big.data(), big.size() + 1, format, args);
     AddText(row, column, big);
   }
   va_end(args);
+  return added;
 }
 
-void Columnizer::AddText(unsigned row, unsigned column, std::string_view text) {
-  CellAt(row, column).text.append(text);
+bool Columnizer::AddText(unsigned row, unsigned column, std::string_view text) {
+  Cell *cell = CellAt(row, column);
+  if (!cell)
+    return false;
+  cell->text.append(text);
+  return true;
 }
 
-void Columnizer::SetMinColumnWidth(unsigned column, size_t width) {
+bool Columnizer::SetMinColumnWidth(unsigned column, size_t width) {
+  if (column >= kMaxColumns || width > kMaxMinWidth)
+    return false;
   if (m_MinWidths.size() <= column)
     m_MinWidths.resize(column + 1, 0);
   m_MinWidths[column] = width;
+  return true;
 }
 
 std::vector<size_t> Columnizer::ColumnWidths() const {
