@@ -11,6 +11,7 @@ build=${1:-$root/build}
 
 packages=(
   g++ cmake ninja-build make python3
+  clang libclang-rt-14-dev
   libfmt-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
   libsystemc-dev verilator
   gzip bzip2 xz-utils ncompress
