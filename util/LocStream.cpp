@@ -61,6 +61,18 @@ std::pair<uint64_t, uint64_t> uniqueStamp() {
 
 LocSerializer::~LocSerializer() = default;
 
+size_t LocSerializer::slotOf(const Locator *locator) const {
+  const size_t mask = m_Numbers.size() - 1;
+  // The address itself, in units of the smallest locator: locators made
+  // one after another sit next to each other in memory and so land in
+  // neighbouring slots, and a stream of a million locators walks the
+  // table instead of jumping through it.
+  size_t slot = size_t(reinterpret_cast<uintptr_t>(locator) / 32) & mask;
+  while (m_Numbers[slot].first && m_Numbers[slot].first != locator)
+    slot = (slot + 1) & mask;
+  return slot;
+}
+
 uint32_t &LocSerializer::numberOf(const Locator *locator, uint32_t fresh, bool &inserted) {
   if (2 * (m_Numbered + 1) > m_Numbers.size()) {
     std::vector<std::pair<const Locator *, uint32_t>> old(std::max<size_t>(64, 2 * m_Numbers.size()));
@@ -73,14 +85,7 @@ uint32_t &LocSerializer::numberOf(const Locator *locator, uint32_t fresh, bool &
       }
     }
   }
-  const size_t mask = m_Numbers.size() - 1;
-  // The address itself, in units of the smallest locator: locators made
-  // one after another sit next to each other in memory and so land in
-  // neighbouring slots, and a stream of a million locators walks the
-  // table instead of jumping through it.
-  size_t slot = size_t(reinterpret_cast<uintptr_t>(locator) / 32) & mask;
-  while (m_Numbers[slot].first && m_Numbers[slot].first != locator)
-    slot = (slot + 1) & mask;
+  const size_t slot = slotOf(locator);
   inserted = !m_Numbers[slot].first;
   if (inserted) {
     m_Numbers[slot] = {locator, fresh};
@@ -94,6 +99,12 @@ void LocSerializer::writeLocator(const LocatorRef &locator) {
     writeU64(0);
     return;
   }
+  if (m_Depth >= kMaxLocatorDepth) {
+    // No room for another body: the number when the locator has one
+    // (a free slot holds 0), else a null reference.
+    writeU64(m_Numbers.empty() ? 0 : m_Numbers[slotOf(locator.get())].second);
+    return;
+  }
   bool fresh = false;
   const uint32_t number = numberOf(locator.get(), m_Next, fresh);
   writeU64(number);
@@ -101,7 +112,9 @@ void LocSerializer::writeLocator(const LocatorRef &locator) {
     return;
   ++m_Next;
   m_Written.push_back(locator);
+  ++m_Depth;
   locator->serialize(*this);
+  --m_Depth;
 }
 
 LocDeserializer::~LocDeserializer() = default;

@@ -48,8 +48,12 @@ enum class LocatorTag : uint64_t {
 };
 
 /// The deepest locator graph a reader accepts (the longest chain of
-/// references from one locator outward).  Far beyond any include or macro
-/// nesting; it bounds the stack of reading and printing, and the time of a
+/// references from one locator outward), and the deepest a writer writes.
+/// Far beyond any include or macro nesting.  It bounds the stack of
+/// reading, writing and printing: every walk over locators (trace,
+/// location, isProtected, a table's name) follows at most this many
+/// references one inside the other, and treats the next one as null, so
+/// that a cycle prints this many lines.  It also bounds the time of a
 /// trace, which grows with the square of the depth.
 constexpr uint32_t kMaxLocatorDepth = 1024;
 
@@ -78,9 +82,13 @@ public:
 
   /// Writes \p locator: 0 for null, its number when already written by
   /// this serializer, else a fresh number followed by the locator itself.
+  /// Nested kMaxLocatorDepth bodies deep, a locator not yet written is
+  /// written as null.
   void writeLocator(const LocatorRef &locator);
 
 private:
+  /// The slot of \p locator in m_Numbers, or the free slot where it goes.
+  size_t slotOf(const Locator *locator) const;
   /// The number of \p locator, inserting \p fresh when it has none yet.
   uint32_t &numberOf(const Locator *locator, uint32_t fresh, bool &inserted);
 
@@ -90,6 +98,7 @@ private:
   std::vector<std::pair<const Locator *, uint32_t>> m_Numbers;
   size_t m_Numbered = 0;
   uint32_t m_Next = 1;
+  uint32_t m_Depth = 0; ///< Bodies being written, one inside the other.
   /// The numbered locators, kept alive so that no address is reused
   /// while this serializer numbers by address.
   std::vector<LocatorRef> m_Written;

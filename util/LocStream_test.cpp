@@ -83,6 +83,23 @@ TEST(LocStream, HostileStreams) {
   }
 }
 
+// A chain one deeper than a reader accepts is written cut at the bound.
+TEST(LocStream, WritingStopsAtTheDepthBound) {
+  LocatorRef chain = new ConstLocator("k");
+  for (uint32_t i = 0; i < kMaxLocatorDepth; ++i)
+    chain = new ProtectedLocator(chain, 0);
+  BinaryLocSerializer ser;
+  ser.writeLocator(chain);
+  BinaryLocDeserializer des(ser.bytes().data(), ser.bytes().size());
+  LocatorRef at = des.readLocator();
+  EXPECT_FALSE(des.failed());
+  for (uint32_t i = 1; i < kMaxLocatorDepth && at; ++i)
+    at = at->parent();
+  ASSERT_TRUE(at);
+  EXPECT_EQ(at->name(), "(protected)");
+  EXPECT_FALSE(at->parent());
+}
+
 TEST(LocStream, SharedLocatorsAreWrittenOnce) {
   LocatorRef top = new ConstLocator("shared-label");
   LocatorRef a = new RemapLocator(top, top, 1, "a", 0);
