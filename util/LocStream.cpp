@@ -31,6 +31,17 @@ LocatorRef makeLocator(uint64_t tag) {
   return nullptr;
 }
 
+/// Reads nothing: every value zero or empty, every reference null.  Reading
+/// a body from it empties a locator.
+class EmptyReader final : public LocDeserializer {
+public:
+  EmptyReader() { markFailed(); }
+  std::string readString() override { return {}; }
+  uint64_t readU64() override { return 0; }
+  uint64_t readCount() override { return 0; }
+  double readStamp() override { return 0; }
+};
+
 } // namespace
 
 void setExcludeFileOffsets(bool exclude) { excludeFlag() = exclude; }
@@ -124,10 +135,11 @@ LocatorRef LocDeserializer::readLocator() {
   if (number == 0 || m_Failed)
     return nullptr;
   if (number < m_Next) {
+    // A slot still open is the locator itself or one it is nested in: the
+    // reference closes a cycle.  Its depth is not known yet and counts as
+    // none; reading stays bounded by the nesting of the bodies.
     const Slot &slot = m_Slots[number - 1];
-    if (slot.open || !slot.locator)
-      return nullptr;
-    if (!m_Open.empty())
+    if (!slot.open && !m_Open.empty())
       m_Open.back() = std::max(m_Open.back(), slot.depth);
     return slot.locator;
   }
@@ -153,13 +165,19 @@ LocatorRef LocDeserializer::readLocator() {
   slot.depth = depth;
   if (depth > kMaxLocatorDepth)
     m_Failed = true;
-  if (m_Failed) {
-    slot.locator.reset();
+  // A locator of a broken stream stays in its slot, unused, so that
+  // unlinkAll() still reaches the cycles it may be part of.
+  if (m_Failed)
     return nullptr;
-  }
   if (!m_Open.empty())
     m_Open.back() = std::max(m_Open.back(), depth);
   return locator;
+}
+
+void LocDeserializer::unlinkAll() {
+  EmptyReader empty;
+  for (const Slot &slot : m_Slots)
+    slot.locator->deserialize(empty);
 }
 
 // ---------------------------------------------------------------------------

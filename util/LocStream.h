@@ -13,12 +13,20 @@
 /// use is the bare number.
 ///
 /// Readers never trust the stream.  Unknown numbers, numbers out of
-/// sequence and unknown tags give null references.  A reference to a
-/// locator whose body is still being read (itself or one it is nested in)
-/// also gives null, so a graph read back never has a cycle; a graph deeper
-/// than kMaxLocatorDepth is refused.  A truncated or malformed stream sets
-/// failed() and gives null from then on; counts in the stream are never
-/// used to size an allocation.
+/// sequence and unknown tags give null references.  A locator is numbered
+/// before its body is read, so a reference to one whose body is still
+/// being read (itself or one it is nested in) gives that same object: a
+/// graph read back can have cycles.  Every walk over locators therefore
+/// stops kMaxLocatorDepth references deep.  A graph deeper than
+/// kMaxLocatorDepth without a cycle, or nested deeper than that in the
+/// stream, is refused.  A truncated or malformed stream sets failed() and
+/// gives null from then on; counts in the stream are never used to size an
+/// allocation.
+///
+/// A cycle of counted references keeps its locators alive after the last
+/// outside reference is gone: a hostile stream can leak memory, at most in
+/// proportion to its size.  LocDeserializer::unlinkAll() frees such cycles
+/// when everything read is done with.
 ///
 /// The binary encoding (BinaryLocSerializer / BinaryLocDeserializer):
 ///  - writeU64 and writeCount: unsigned LEB128, 7 bits per byte, least
@@ -126,6 +134,11 @@ public:
   /// every further read gives zero or empty values.
   bool failed() const { return m_Failed; }
   void markFailed() { m_Failed = true; }
+
+  /// Empties every locator this reader made, also those of a broken
+  /// stream (every reference null, every value zero), so that the cycles
+  /// among them can be freed.  Only for when nothing read is used any more.
+  void unlinkAll();
 
 private:
   struct Slot {
