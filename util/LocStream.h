@@ -60,9 +60,9 @@ enum class LocatorTag : uint64_t {
 /// Far beyond any include or macro nesting.  It bounds the stack of
 /// reading, writing and printing: every walk over locators (trace,
 /// location, isProtected, a table's name) follows at most this many
-/// references one inside the other, and treats the next one as null, so
-/// that a cycle prints this many lines.  It also bounds the time of a
-/// trace, which grows with the square of the depth.
+/// references one inside the other and treats the next one as null (a
+/// position in a cycle prints as this many lines).  It also bounds the
+/// time of a trace, which grows with the square of the depth.
 constexpr uint32_t kMaxLocatorDepth = 1024;
 
 /// While set, file records carry no line starts (option
