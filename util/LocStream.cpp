@@ -31,6 +31,17 @@ LocatorRef makeLocator(uint64_t tag) {
   return nullptr;
 }
 
+/// Reads nothing: every value zero or empty, every reference null.  Reading
+/// a body from it empties a locator.
+class EmptyReader final : public LocDeserializer {
+public:
+  EmptyReader() { markFailed(); }
+  std::string readString() override { return {}; }
+  uint64_t readU64() override { return 0; }
+  uint64_t readCount() override { return 0; }
+  double readStamp() override { return 0; }
+};
+
 } // namespace
 
 void setExcludeFileOffsets(bool exclude) { excludeFlag() = exclude; }
@@ -61,6 +72,18 @@ std::pair<uint64_t, uint64_t> uniqueStamp() {
 
 LocSerializer::~LocSerializer() = default;
 
+size_t LocSerializer::slotOf(const Locator *locator) const {
+  const size_t mask = m_Numbers.size() - 1;
+  // The address itself, in units of the smallest locator: locators made
+  // one after another sit next to each other in memory and so land in
+  // neighbouring slots, and a stream of a million locators walks the
+  // table instead of jumping through it.
+  size_t slot = size_t(reinterpret_cast<uintptr_t>(locator) / 32) & mask;
+  while (m_Numbers[slot].first && m_Numbers[slot].first != locator)
+    slot = (slot + 1) & mask;
+  return slot;
+}
+
 uint32_t &LocSerializer::numberOf(const Locator *locator, uint32_t fresh, bool &inserted) {
   if (2 * (m_Numbered + 1) > m_Numbers.size()) {
     std::vector<std::pair<const Locator *, uint32_t>> old(std::max<size_t>(64, 2 * m_Numbers.size()));
@@ -73,14 +96,7 @@ uint32_t &LocSerializer::numberOf(const Locator *locator, uint32_t fresh, bool &
       }
     }
   }
-  const size_t mask = m_Numbers.size() - 1;
-  // The address itself, in units of the smallest locator: locators made
-  // one after another sit next to each other in memory and so land in
-  // neighbouring slots, and a stream of a million locators walks the
-  // table instead of jumping through it.
-  size_t slot = size_t(reinterpret_cast<uintptr_t>(locator) / 32) & mask;
-  while (m_Numbers[slot].first && m_Numbers[slot].first != locator)
-    slot = (slot + 1) & mask;
+  const size_t slot = slotOf(locator);
   inserted = !m_Numbers[slot].first;
   if (inserted) {
     m_Numbers[slot] = {locator, fresh};
@@ -94,6 +110,12 @@ void LocSerializer::writeLocator(const LocatorRef &locator) {
     writeU64(0);
     return;
   }
+  if (m_Depth >= kMaxLocatorDepth) {
+    // No room for another body: the number when the locator has one
+    // (a free slot holds 0), else a null reference.
+    writeU64(m_Numbers.empty() ? 0 : m_Numbers[slotOf(locator.get())].second);
+    return;
+  }
   bool fresh = false;
   const uint32_t number = numberOf(locator.get(), m_Next, fresh);
   writeU64(number);
@@ -101,7 +123,9 @@ void LocSerializer::writeLocator(const LocatorRef &locator) {
     return;
   ++m_Next;
   m_Written.push_back(locator);
+  ++m_Depth;
   locator->serialize(*this);
+  --m_Depth;
 }
 
 LocDeserializer::~LocDeserializer() = default;
@@ -111,10 +135,11 @@ LocatorRef LocDeserializer::readLocator() {
   if (number == 0 || m_Failed)
     return nullptr;
   if (number < m_Next) {
+    // A slot still open is the locator itself or one it is nested in: the
+    // reference closes a cycle.  Its depth is not known yet and counts as
+    // none; reading stays bounded by the nesting of the bodies.
     const Slot &slot = m_Slots[number - 1];
-    if (slot.open || !slot.locator)
-      return nullptr;
-    if (!m_Open.empty())
+    if (!slot.open && !m_Open.empty())
       m_Open.back() = std::max(m_Open.back(), slot.depth);
     return slot.locator;
   }
@@ -140,13 +165,19 @@ LocatorRef LocDeserializer::readLocator() {
   slot.depth = depth;
   if (depth > kMaxLocatorDepth)
     m_Failed = true;
-  if (m_Failed) {
-    slot.locator.reset();
+  // A locator of a broken stream stays in its slot, unused, so that
+  // unlinkAll() still reaches the cycles it may be part of.
+  if (m_Failed)
     return nullptr;
-  }
   if (!m_Open.empty())
     m_Open.back() = std::max(m_Open.back(), depth);
   return locator;
+}
+
+void LocDeserializer::unlinkAll() {
+  EmptyReader empty;
+  for (const Slot &slot : m_Slots)
+    slot.locator->deserialize(empty);
 }
 
 // ---------------------------------------------------------------------------

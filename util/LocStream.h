@@ -13,12 +13,20 @@
 /// use is the bare number.
 ///
 /// Readers never trust the stream.  Unknown numbers, numbers out of
-/// sequence and unknown tags give null references.  A reference to a
-/// locator whose body is still being read (itself or one it is nested in)
-/// also gives null, so a graph read back never has a cycle; a graph deeper
-/// than kMaxLocatorDepth is refused.  A truncated or malformed stream sets
-/// failed() and gives null from then on; counts in the stream are never
-/// used to size an allocation.
+/// sequence and unknown tags give null references.  A locator is numbered
+/// before its body is read, so a reference to one whose body is still
+/// being read (itself or one it is nested in) gives that same object: a
+/// graph read back can have cycles.  Every walk over locators therefore
+/// stops kMaxLocatorDepth references deep.  A graph deeper than
+/// kMaxLocatorDepth without a cycle, or nested deeper than that in the
+/// stream, is refused.  A truncated or malformed stream sets failed() and
+/// gives null from then on; counts in the stream are never used to size an
+/// allocation.
+///
+/// A cycle of counted references keeps its locators alive after the last
+/// outside reference is gone: a hostile stream can leak memory, at most in
+/// proportion to its size.  LocDeserializer::unlinkAll() frees such cycles
+/// when everything read is done with.
 ///
 /// The binary encoding (BinaryLocSerializer / BinaryLocDeserializer):
 ///  - writeU64 and writeCount: unsigned LEB128, 7 bits per byte, least
@@ -48,9 +56,13 @@ enum class LocatorTag : uint64_t {
 };
 
 /// The deepest locator graph a reader accepts (the longest chain of
-/// references from one locator outward).  Far beyond any include or macro
-/// nesting; it bounds the stack of reading and printing, and the time of a
-/// trace, which grows with the square of the depth.
+/// references from one locator outward), and the deepest a writer writes.
+/// Far beyond any include or macro nesting.  It bounds the stack of
+/// reading, writing and printing: every walk over locators (trace,
+/// location, isProtected, a table's name) follows at most this many
+/// references one inside the other and treats the next one as null (a
+/// position in a cycle prints as this many lines).  It also bounds the
+/// time of a trace, which grows with the square of the depth.
 constexpr uint32_t kMaxLocatorDepth = 1024;
 
 /// While set, file records carry no line starts (option
@@ -78,9 +90,13 @@ public:
 
   /// Writes \p locator: 0 for null, its number when already written by
   /// this serializer, else a fresh number followed by the locator itself.
+  /// Nested kMaxLocatorDepth bodies deep, a locator not yet written is
+  /// written as null.
   void writeLocator(const LocatorRef &locator);
 
 private:
+  /// The slot of \p locator in m_Numbers, or the free slot where it goes.
+  size_t slotOf(const Locator *locator) const;
   /// The number of \p locator, inserting \p fresh when it has none yet.
   uint32_t &numberOf(const Locator *locator, uint32_t fresh, bool &inserted);
 
@@ -90,6 +106,7 @@ private:
   std::vector<std::pair<const Locator *, uint32_t>> m_Numbers;
   size_t m_Numbered = 0;
   uint32_t m_Next = 1;
+  uint32_t m_Depth = 0; ///< Bodies being written, one inside the other.
   /// The numbered locators, kept alive so that no address is reused
   /// while this serializer numbers by address.
   std::vector<LocatorRef> m_Written;
@@ -117,6 +134,11 @@ public:
   /// every further read gives zero or empty values.
   bool failed() const { return m_Failed; }
   void markFailed() { m_Failed = true; }
+
+  /// Empties every locator this reader made, also those of a broken
+  /// stream (every reference null, every value zero), so that the cycles
+  /// among them can be freed.  Only for when nothing read is used any more.
+  void unlinkAll();
 
 private:
   struct Slot {

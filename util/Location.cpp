@@ -53,6 +53,38 @@ void writeTag(LocSerializer &ser, LocatorTag tag) { ser.writeU64(static_cast<uin
 bool startsBefore(const TopLocator::Entry &entry, uint64_t offset) { return entry.start < offset; }
 bool startsAfter(uint64_t offset, const TopLocator::Entry &entry) { return offset < entry.start; }
 
+/// How many references the walks over locators in progress have followed,
+/// one inside the other.  The library is single-threaded, so one counter
+/// serves every walk, in place of a depth argument that the virtual
+/// operations do not have.
+uint32_t &walkDepth() {
+  static uint32_t &depth = *new uint32_t(0);
+  return depth;
+}
+
+/// One reference followed by a walk, for as long as it is followed.  A walk
+/// kMaxLocatorDepth references deep goes no further and treats the
+/// reference as null: no acyclic graph that a reader accepts is that deep,
+/// and a cycle, which a hostile stream can build, would recurse without end.
+class Step {
+public:
+  Step() : m_Taken(walkDepth() < kMaxLocatorDepth) {
+    if (m_Taken)
+      ++walkDepth();
+  }
+  ~Step() {
+    if (m_Taken)
+      --walkDepth();
+  }
+  Step(const Step &) = delete;
+  Step &operator=(const Step &) = delete;
+
+  explicit operator bool() const { return m_Taken; }
+
+private:
+  const bool m_Taken;
+};
+
 CountedRef<TopLocator> &globalHolder() {
   static CountedRef<TopLocator> &holder = *new CountedRef<TopLocator>;
   return holder;
@@ -129,7 +161,7 @@ FileLocator::~FileLocator() = default;
 void FileLocator::trace(uint64_t offset, std::vector<LocEntry> &out) const {
   out.emplace_back();
   location(offset, out.back());
-  if (m_Includer) {
+  if (const Step step; m_Includer && step) {
     const size_t before = out.size();
     m_Includer->trace(m_IncludeOffset, out);
     markOutward(out, before, LocKind::IncludedFrom);
@@ -169,7 +201,8 @@ void RemapLocator::remap(LocEntry &entry) const {
 }
 
 void RemapLocator::trace(uint64_t offset, std::vector<LocEntry> &out) const {
-  if (!m_Target)
+  const Step step;
+  if (!m_Target || !step)
     return;
   const size_t before = out.size();
   m_Target->trace(offset, out);
@@ -178,7 +211,8 @@ void RemapLocator::trace(uint64_t offset, std::vector<LocEntry> &out) const {
 }
 
 void RemapLocator::location(uint64_t offset, LocEntry &out) const {
-  if (!m_Target) {
+  const Step step;
+  if (!m_Target || !step) {
     out = LocEntry{};
     return;
   }
@@ -187,7 +221,8 @@ void RemapLocator::location(uint64_t offset, LocEntry &out) const {
 }
 
 bool RemapLocator::isProtected(uint64_t) const {
-  return m_Parent && m_Parent->isProtected(m_Offset);
+  const Step step;
+  return m_Parent && step && m_Parent->isProtected(m_Offset);
 }
 
 void RemapLocator::serialize(LocSerializer &ser) {
@@ -219,7 +254,7 @@ void MacroLocator::trace(uint64_t, std::vector<LocEntry> &out) const {
     out.emplace_back();
     location(0, out.back());
   }
-  if (m_Expansion) {
+  if (const Step step; m_Expansion && step) {
     const size_t before = out.size();
     m_Expansion->trace(m_ExpansionOffset, out);
     markOutward(out, before, LocKind::ExpandedFrom);
@@ -227,7 +262,7 @@ void MacroLocator::trace(uint64_t, std::vector<LocEntry> &out) const {
 }
 
 void MacroLocator::location(uint64_t, LocEntry &out) const {
-  if (m_Definition)
+  if (const Step step; m_Definition && step)
     m_Definition->location(m_DefinitionOffset, out);
   else
     out = LocEntry{};
@@ -235,7 +270,8 @@ void MacroLocator::location(uint64_t, LocEntry &out) const {
 }
 
 bool MacroLocator::isProtected(uint64_t) const {
-  return m_Expansion && m_Expansion->isProtected(m_ExpansionOffset);
+  const Step step;
+  return m_Expansion && step && m_Expansion->isProtected(m_ExpansionOffset);
 }
 
 void MacroLocator::serialize(LocSerializer &ser) {
@@ -261,7 +297,7 @@ void MacroLocator::deserialize(LocDeserializer &des) {
 void ProtectedLocator::trace(uint64_t offset, std::vector<LocEntry> &out) const {
   out.emplace_back();
   location(offset, out.back());
-  if (m_Parent) {
+  if (const Step step; m_Parent && step) {
     const size_t before = out.size();
     m_Parent->trace(m_BlockOffset, out);
     markOutward(out, before, LocKind::IncludedFrom);
@@ -320,13 +356,15 @@ const TopLocator::Entry *TopLocator::lookup(uint64_t offset, uint64_t &translate
 
 void TopLocator::trace(uint64_t offset, std::vector<LocEntry> &out) const {
   uint64_t translated = 0;
-  if (const Entry *entry = lookup(offset, translated))
+  const Step step;
+  if (const Entry *entry = step ? lookup(offset, translated) : nullptr)
     entry->locator->trace(translated, out);
 }
 
 void TopLocator::location(uint64_t offset, LocEntry &out) const {
   uint64_t translated = 0;
-  if (const Entry *entry = lookup(offset, translated))
+  const Step step;
+  if (const Entry *entry = step ? lookup(offset, translated) : nullptr)
     entry->locator->location(translated, out);
   else
     out = LocEntry{};
@@ -341,12 +379,14 @@ uint64_t TopLocator::parentOffset() const {
 }
 
 std::string TopLocator::name() const {
+  // Only a table that holds a table, itself maybe, names further tables.
+  const Step step;
   std::string text;
   for (const Entry &entry : m_Entries) {
     char line[64];
     std::snprintf(line, sizeof line, "%ld => ", static_cast<long>(entry.start));
     text += line;
-    if (entry.locator)
+    if (entry.locator && step)
       text += entry.locator->name();
     std::snprintf(line, sizeof line, ":%ld\n", static_cast<long>(entry.base));
     text += line;
@@ -356,7 +396,8 @@ std::string TopLocator::name() const {
 
 bool TopLocator::isProtected(uint64_t offset) const {
   uint64_t translated = 0;
-  const Entry *entry = lookup(offset, translated);
+  const Step step;
+  const Entry *entry = step ? lookup(offset, translated) : nullptr;
   return entry && entry->locator->isProtected(translated);
 }
 

@@ -10,7 +10,9 @@
 /// arrived (include directive, macro use, protected block), outermost last.
 ///
 /// Locators are immutable once built, except TopLocator, which grows.  They
-/// are only ever held through counted references.
+/// are only ever held through counted references.  A graph read from a
+/// locator stream can hold cycles, so every walk over the references stops
+/// kMaxLocatorDepth references deep (util/LocStream.h).
 
 #include "util/Counted.h"
 
