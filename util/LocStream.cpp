@@ -74,11 +74,11 @@ LocSerializer::~LocSerializer() = default;
 
 size_t LocSerializer::slotOf(const Locator *locator) const {
   const size_t mask = m_Numbers.size() - 1;
-  // The address itself, in units of the smallest locator: locators made
-  // one after another sit next to each other in memory and so land in
-  // neighbouring slots, and a stream of a million locators walks the
-  // table instead of jumping through it.
-  size_t slot = size_t(reinterpret_cast<uintptr_t>(locator) / 32) & mask;
+  // Fibonacci hashing of the address: heap addresses are regular, and taken
+  // as they are they fill runs of neighbouring slots, which linear probing
+  // then walks further with every locator added.
+  const unsigned bits = static_cast<unsigned>(std::countr_zero(m_Numbers.size()));
+  size_t slot = size_t((uint64_t(reinterpret_cast<uintptr_t>(locator)) * 0x9E3779B97F4A7C15u) >> (64 - bits));
   while (m_Numbers[slot].first && m_Numbers[slot].first != locator)
     slot = (slot + 1) & mask;
   return slot;
