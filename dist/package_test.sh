@@ -54,7 +54,8 @@ cp "$root/examples/counter/counter.cpp" "$scratch/work/"
   fail "quillc failed"
 used=$(grep '^! ' "$scratch/work/err" || true)
 [ "$used" = "! $SYSTEMC_PATH/include/systemc.h.gch/wrapper
-! $SYSTEMC_PATH/include/systemc.h.gch/cosim" ] || fail "precompiled headers used: [$used]"
+! $SYSTEMC_PATH/include/systemc.h.gch/cosim
+! $SYSTEMC_PATH/include/systemc.h.gch/link" ] || fail "precompiled headers used: [$used]"
 host=$("$loader" "$scratch/work/libcorvanesc.so" counter 2>&1) || true
 [ "$host" = "counter: 0 failed checks" ] || fail "the loader said: $host"
 

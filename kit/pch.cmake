@@ -7,6 +7,7 @@ set(kit_pch_stamp ${kit_systemc_path}/pch.id)
 add_custom_command(OUTPUT ${kit_pch_stamp}
   BYPRODUCTS ${kit_systemc_path}/include/systemc.h.gch/wrapper
              ${kit_systemc_path}/include/systemc.h.gch/cosim
+             ${kit_systemc_path}/include/systemc.h.gch/link
              ${kit_systemc_path}/pch.d
   COMMAND ${PROJECT_BINARY_DIR}/quillc-env --refresh
   DEPENDS ${PROJECT_BINARY_DIR}/quillc-env ${kit_systemc_path}/include/systemc.h

@@ -32,12 +32,13 @@ build_counter() {
 build_counter matching ""
 used=$(grep '^! ' "$scratch/matching/err" || true)
 expected="! $gch/wrapper
-! $gch/cosim"
+! $gch/cosim
+! $gch/link"
 [ "$used" = "$expected" ] || fail "matching options: precompiled headers [$used], expected [$expected]"
 
 build_counter optimised_off ",-O0"
 rejected=$(grep -c '^x ' "$scratch/optimised_off/err" || true)
-[ "$rejected" = 4 ] || fail "-O0: $rejected rejections of a precompiled header, expected 4 (2 files, 2 compiles)"
+[ "$rejected" = 9 ] || fail "-O0: $rejected rejections of a precompiled header, expected 9 (3 files, 3 compiles)"
 grep -q "not used because \`__OPTIMIZE__' not defined \[-Winvalid-pch\]" "$scratch/optimised_off/err" ||
   fail "-O0: gcc did not say why it rejected the precompiled headers"
 grep -q '^! ' "$scratch/optimised_off/err" && fail "-O0 used a precompiled header"

@@ -2,6 +2,10 @@
 // the link command of libcorvanesc.so, from the work directory, so it is
 // part of each library and sees what the wrapper generator wrote there.
 
+// First, so that the kit's precompiled systemc.h for the link command
+// serves it.
+#include "systemc.h"
+
 #include "corvane_sc_cosim.h"
 
 // The glue for the design's own port types and the names of its ports,
