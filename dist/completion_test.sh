@@ -3,10 +3,9 @@
 # design, a header, a sub-directory and files that are not SystemC sources.
 #
 #   completion_test.sh COMPLETION_SCRIPT
-set -euo pipefail
+# shellcheck source=testsupport/testsupport.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
 script=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 mkdir cores
 printf 'SC_MODULE(counter) {\n};\nstruct fifo : public sc_core::sc_module {\n};\n' >counter.cpp
@@ -17,7 +16,6 @@ touch notes.txt count.o cores/alu.cpp
 source "$script"
 complete -p quillc | grep -q -- '-F _quillc quillc$'
 
-failures=0
 # Command line before the cursor | expected candidates, sorted, one blank apart
 while IFS='|' read -r line expected; do
   read -r -a COMP_WORDS <<<"$line"
@@ -26,10 +24,7 @@ while IFS='|' read -r line expected; do
   COMP_LINE=$line COMP_POINT=${#line}
   _quillc quillc "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
   got=$(printf '%s\n' "${COMPREPLY[@]}" | sort | paste -sd ' ')
-  if [ "$got" != "$expected" ]; then
-    echo "FAIL: '$line': got [$got], expected [$expected]" >&2
-    failures=$((failures + 1))
-  fi
+  [ "$got" = "$expected" ] || fail "'$line': got [$got], expected [$expected]"
 done <<'CASES'
 quillc -mo|-module
 quillc -W|-Wcxx,
@@ -42,5 +37,4 @@ quillc counter.cpp cores/|cores/alu.cpp
 quillc counter.cpp -Wcxx,-|
 quillc -module counter counter.cpp -module f|fifo
 CASES
-((failures == 0)) || exit 1
-echo "quillc completes options, module names and SystemC sources"
+pass "quillc completes options, module names and SystemC sources"

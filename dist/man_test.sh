@@ -4,11 +4,9 @@
 # the exit statuses.
 #
 #   man_test.sh MAN_PAGE
-set -euo pipefail
-page=$1
-out=$(mktemp)
-err=$(mktemp)
-trap 'rm -f "$out" "$err"' EXIT
+# shellcheck source=testsupport/testsupport.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
+page=$1 out=$scratch/out err=$scratch/err
 status=0
 LC_ALL=C.UTF-8 MANWIDTH=80 groff -ww -man -Tutf8 -P-cbou "$page" >"$out" 2>"$err" || status=$?
 if [ "$status" != 0 ] || [ -s "$err" ]; then
@@ -17,14 +15,12 @@ if [ "$status" != 0 ] || [ -s "$err" ]; then
   exit 1
 fi
 
-failures=0
 for section in NAME SYNOPSIS DESCRIPTION OPTIONS FILES ENVIRONMENT "EXIT STATUS" EXAMPLES; do
-  grep -qx "$section" "$out" || { echo "FAIL: no section $section" >&2; failures=$((failures + 1)); }
+  grep -qx "$section" "$out" || fail "no section $section"
 done
 for text in "quillc - build SystemC modules" "-module module name" "-Wcxx,option[,option]..." \
   quillc.log sc_module/ libcorvanesc.so wrapper.sv SYSTEMC_PATH QUILLC_PATH TARN_HOME \
   'eval "$(quillc-env)"' "quillc-env --refresh" "quillc -module counter counter.cpp"; do
-  grep -qF -- "$text" "$out" || { echo "FAIL: the page does not show '$text'" >&2; failures=$((failures + 1)); }
+  grep -qF -- "$text" "$out" || fail "the page does not show '$text'"
 done
-((failures == 0)) || exit 1
-echo "quillc(1): renders cleanly, all sections present"
+pass "quillc(1): renders cleanly, all sections present"

@@ -6,13 +6,9 @@
 # linked through its pkg-config file.
 #
 #   package_test.sh BUILD LOADER ROOT
-set -euo pipefail
+# shellcheck source=testsupport/testsupport.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
 build=$(cd "$1" && pwd) loader=$2 root=$3
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-export LC_ALL=C
-failures=0
-fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
 
 (cd "$scratch" && cpack --config "$build/CPackConfig.cmake" -B "$scratch/package" >cpack.log 2>&1) || {
   cat "$scratch/cpack.log" >&2
@@ -65,5 +61,4 @@ g++ -std=c++20 "$root/cmake/consumer/main.cpp" -o "$scratch/consumer" \
   fail "no consumer linked through pkg-config"
 [ "$("$scratch/consumer" 2>&1)" = '=W:[Demo] "a\tb"' ] || fail "the consumer printed: $("$scratch/consumer" 2>&1)"
 
-((failures == 0)) || exit 1
-echo "package: $(basename "$deb") installs a working quillc, kit and support library"
+pass "package: $(basename "$deb") installs a working quillc, kit and support library"

@@ -4,11 +4,9 @@
 # counter takes every compile from the cache, and takes less time.
 #
 #   ccache_test.sh QUILLC QUILLC_ENV ROOT
-set -euo pipefail
+# shellcheck source=testsupport/testsupport.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
 quillc=$1 env_command=$2 root=$3
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-export LC_ALL=C
 eval "$("$env_command")"
 export PATH="/usr/lib/ccache:$PATH" CCACHE_DIR="$scratch/cache" CCACHE_SLOPPINESS=pch_defines,time_macros
 unset CCACHE_DISABLE CCACHE_RECACHE CCACHE_READONLY CCACHE_PREFIX
@@ -41,9 +39,7 @@ first_stats=$(stats)
 second=$(build)
 second_stats=$(stats)
 echo "first run ${first} s (hits, misses: $first_stats), second run ${second} s ($second_stats)"
-failures=0
-[ "$first_stats" = "0 2" ] || { echo "FAIL: the first run should miss twice" >&2; failures=1; }
-[ "$second_stats" = "2 0" ] || { echo "FAIL: the second run should hit twice" >&2; failures=1; }
-awk -v a="$first" -v b="$second" 'BEGIN { exit !(b < a) }' ||
-  { echo "FAIL: the second run was not faster" >&2; failures=1; }
-exit $failures
+[ "$first_stats" = "0 2" ] || fail "the first run should miss twice"
+[ "$second_stats" = "2 0" ] || fail "the second run should hit twice"
+awk -v a="$first" -v b="$second" 'BEGIN { exit !(b < a) }' || fail "the second run was not faster"
+((failures == 0))

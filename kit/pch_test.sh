@@ -4,13 +4,9 @@
 # quillc-env tells when they cannot be trusted.
 #
 #   pch_test.sh QUILLC QUILLC_ENV LOADER ROOT
-set -euo pipefail
+# shellcheck source=testsupport/testsupport.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
 quillc=$1 env_command=$2 loader=$3 root=$4
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-failures=0
-fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
-export LC_ALL=C
 
 eval "$("$env_command")"
 gch="$SYSTEMC_PATH/include/systemc.h.gch"
@@ -65,5 +61,4 @@ other compiler|PATH=\$PWD/other-gcc:\$PATH|1|quillc-env: precompiled SystemC hea
 not built|rm -r kit/systemc/include/systemc.h.gch|1|quillc-env: precompiled SystemC headers: they are not built
 CASES
 
-((failures == 0)) || exit 1
-echo "precompiled headers: used when the options match, not otherwise; checked by quillc-env"
+pass "precompiled headers: used when the options match, not otherwise; checked by quillc-env"

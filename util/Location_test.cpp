@@ -181,26 +181,11 @@ TEST(Location, RoundTripThroughTheGlobalTable) {
   TopLocator::releaseGlobal();
 }
 
-TEST(Location, StreamWithoutFileOffsets) {
+TEST(Location, StreamWithoutFileOffsetsAndRangeForm) {
   Sources sources;
   TopLocator top;
   sources.fill(top);
-  setExcludeFileOffsets(true);
-  const std::string unit = written(top);
-  setExcludeFileOffsets(false);
-  FileMapper::clearTable();
-  TopLocator back;
-  ASSERT_TRUE(readInto(back, unit));
-  EXPECT_EQ(sources.traced(back, 33), Trace{"@a.v:1:34"});
-  EXPECT_EQ(sources.traced(back, 1007),
-            (Trace{"@c.v:1:8", "Included from @b.v:1:9", "Included from @a.v:1:11"}));
-  EXPECT_LT(unit.size(), written(top).size());
-}
-
-TEST(Location, RangeForm) {
-  Sources sources;
-  TopLocator top;
-  sources.fill(top);
+  // The range form keeps the entries that reach into the range.
   const struct {
     uint64_t lo, hi;
     std::vector<uint64_t> starts;
@@ -224,9 +209,21 @@ TEST(Location, RangeForm) {
   }
   BinaryLocSerializer empty;
   TopLocator().serialize(empty, 10, 20);
+  TopLocator none;
+  ASSERT_TRUE(readInto(none, empty.bytes()));
+  EXPECT_TRUE(none.entries().empty());
+
+  // Without file offsets: line 1, column offset + 1.
+  setExcludeFileOffsets(true);
+  const std::string unit = written(top);
+  setExcludeFileOffsets(false);
+  FileMapper::clearTable();
   TopLocator back;
-  ASSERT_TRUE(readInto(back, empty.bytes()));
-  EXPECT_TRUE(back.entries().empty());
+  ASSERT_TRUE(readInto(back, unit));
+  EXPECT_EQ(sources.traced(back, 33), Trace{"@a.v:1:34"});
+  EXPECT_EQ(sources.traced(back, 1007),
+            (Trace{"@c.v:1:8", "Included from @b.v:1:9", "Included from @a.v:1:11"}));
+  EXPECT_LT(unit.size(), written(top).size());
 }
 
 TEST(Location, FailedChecksNameFileLineAndFunction) {

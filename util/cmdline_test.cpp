@@ -52,11 +52,12 @@ RunResult Parse(const std::vector<std::vector<std::string>> &parses, int mode = 
     std::string clean;
     for (char *const *arg = CleanArgv(); *arg; ++arg)
       clean += std::string(*arg) + " ";
-    std::printf("--\n%s files=%s expanded=%s plus=%s fwd=%s clean=%s out=%s I=%s jobs=%d v=%d speed=%d\n",
+    std::printf("--\n%s files=%s expanded=%s plus=%s fwd=%s clean=%s out=%s I=%s jobs=%d v=%d speed=%d "
+                "xo=%d\n",
                 ok ? "ok" : "failed", joinStrings(Files(), ",").c_str(), joinStrings(ExpandedFiles(), ",").c_str(),
                 joinStrings(UnknownPlusArgs(), ",").c_str(), joinStrings(ForwardedArgs(), ",").c_str(),
                 clean.c_str(), tool.out.Value().c_str(), joinStrings(tool.include.Values(), ",").c_str(),
-                tool.jobs.Value(), tool.verbose.Value(), tool.speed);
+                tool.jobs.Value(), tool.verbose.Value(), tool.speed, excludeFileOffsets());
   });
 }
 
@@ -67,31 +68,31 @@ TEST(ParseArguments, MessagesAndResults) {
     const char *out;
   } cases[] = {
       {{"t", "-out=a", "-out=b"}, "t: error: option '-out' given more than once.\n",
-       "--\nfailed files= expanded= plus= fwd= clean=t -out=a -out=b  out=b I= jobs=0 v=0 speed=0\n"},
+       "--\nfailed files= expanded= plus= fwd= clean=t -out=a -out=b  out=b I= jobs=0 v=0 speed=0 xo=0\n"},
       {{"t", "-I", "x", "-I=y", "-jobs"}, "t: error: option '-jobs' must be given a value.\n",
-       "--\nfailed files= expanded= plus= fwd= clean=t -I x -I=y -jobs  out= I=x,y jobs=0 v=0 speed=0\n"},
+       "--\nfailed files= expanded= plus= fwd= clean=t -I x -I=y -jobs  out= I=x,y jobs=0 v=0 speed=0 xo=0\n"},
       {{"t", "-v=yes", "--0fast", "-"}, "t: error: invalid switch '--0fast'\nt: error: invalid switch '-'\n",
-       "--\nok files= expanded= plus= fwd= clean=t -v=yes --0fast -  out= I= jobs=0 v=1 speed=0\n"},
+       "--\nok files= expanded= plus= fwd= clean=t -v=yes --0fast -  out= I= jobs=0 v=1 speed=0 xo=0\n"},
       {{"t", "-hidden", "-nosuch=1", "a.c"}, "t: error: invalid switch '-hidden'\nt: error: invalid switch '-nosuch'\n",
-       "--\nfailed files=a.c expanded=./a.c plus= fwd= clean=t -hidden -nosuch=1 a.c  out= I= jobs=0 v=0 speed=0\n"},
+       "--\nfailed files=a.c expanded=./a.c plus= fwd= clean=t -hidden -nosuch=1 a.c  out= I= jobs=0 v=0 speed=0 xo=0\n"},
       {{"t", "-fast", "-slow", "-fast"},
        "t: error: Argument -slow conflicts with previous-given argument -fast\n"
        "t: error: option '-fast' given more than once.\n"
        "t: error: Argument -fast conflicts with previous-given argument -fast\n",
-       "--\nfailed files= expanded= plus= fwd= clean=t -fast -slow -fast  out= I= jobs=0 v=0 speed=1\n"},
+       "--\nfailed files= expanded= plus= fwd= clean=t -fast -slow -fast  out= I= jobs=0 v=0 speed=1 xo=0\n"},
       {{"t", "-old", "-older", "-jobs=-3"},
        "t: error: option '-old' is deprecated in favor of -new.\nt: error: option '-older' is deprecated.\n"
        "t: error: Invalid value '-3' for '-jobs' option, which expects a positive value.\n",
-       "--\nfailed files= expanded= plus= fwd= clean=t -old -older -jobs=-3  out= I= jobs=-3 v=0 speed=0\n"},
+       "--\nfailed files= expanded= plus= fwd= clean=t -old -older -jobs=-3  out= I= jobs=-3 v=0 speed=0 xo=0\n"},
       {{"t", "+define+X", "+define", "+foo+1", "-pass", "v", "/abs/b.c", "-version"},
        "t: error: option '+define' given more than once.\n9.1\n",
        "--\nfailed files=/abs/b.c expanded=/abs/b.c plus=+foo+1 fwd=+foo+1,-pass,v,-version "
-       "clean=t +define+X +define +foo+1 -pass v /abs/b.c -version  out= I= jobs=0 v=0 speed=0\n"},
+       "clean=t +define+X +define +foo+1 -pass v /abs/b.c -version  out= I= jobs=0 v=0 speed=0 xo=0\n"},
       {{"t", "-repro", "r.sh", "-v", "-target", "x86", "f.c", "-version-verbose", "-options"}, "",
        "-help -version -version-verbose -exclude-file-offsets -out= -I= -jobs= -fast -slow -v -pass= +define "
        "-old -older -repro= -target=--\n"
        "ok files=f.c expanded=./f.c plus= fwd=-version-verbose clean=t -v f.c -version-verbose -options  out= I= "
-       "jobs=0 v=1 speed=0\n"},
+       "jobs=0 v=1 speed=0 xo=0\n"},
   };
   for (const auto &c : cases) {
     const RunResult result = Parse({c.args});
@@ -100,28 +101,18 @@ TEST(ParseArguments, MessagesAndResults) {
   }
 }
 
-TEST(ParseArguments, ExcludeFileOffsetsReachesTheLocatorStream) {
-  const RunResult result = run_in_child([] {
-    ScopedCmdLine scope;
-    RegisterGeneralGroup();
-    std::printf("%d", excludeFileOffsets());
-    ParseArguments("t", {"t", "-exclude-file-offsets"}, 1);
-    std::printf("%d", excludeFileOffsets());
-  });
-  EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.out, "01");
-}
-
 TEST(ParseArguments, ModesKeepOrExtendTheCleanVector) {
   // Append mode adds all but the first argument; merge mode leaves the
-  // vector alone and skips given options with their values, silently.
-  RunResult result = Parse({{"t", "-out", "a", "x.c"}, {"u", "-v", "-target", "t", "y.c"}});
+  // vector alone and skips given options with their values, silently.  The
+  // standard switch reaches the locator stream's flag.
+  RunResult result =
+      Parse({{"t", "-out", "a", "x.c"}, {"u", "-v", "-exclude-file-offsets", "-target", "t", "y.c"}});
   EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.out, "--\nok files=x.c,y.c expanded=./x.c,./y.c plus= fwd= clean=t -out a x.c -v y.c  out=a "
-                        "I= jobs=0 v=1 speed=0\n");
+  EXPECT_EQ(result.out, "--\nok files=x.c,y.c expanded=./x.c,./y.c plus= fwd= clean=t -out a x.c -v "
+                        "-exclude-file-offsets y.c  out=a I= jobs=0 v=1 speed=0 xo=1\n");
   result = Parse({{"t", "-out", "a"}, {"u", "-out", "b", "-v", "z.c"}}, 2);
   EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.out, "--\nok files=z.c expanded=./z.c plus= fwd= clean= out=a I= jobs=0 v=1 speed=0\n");
+  EXPECT_EQ(result.out, "--\nok files=z.c expanded=./z.c plus= fwd= clean= out=a I= jobs=0 v=1 speed=0 xo=0\n");
 }
 
 TEST(IntegerArg, ValuesAndMessages) {

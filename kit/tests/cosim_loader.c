@@ -13,22 +13,14 @@
 #include <stdio.h>
 #include <string.h>
 
+/* The library's functions, found with dlsym(); sc.f is corvane_sc_f. */
+#define FUNCTIONS(X)                                                                                    \
+  X(module_count) X(module_name) X(instantiate) X(port_count) X(port_info) X(write_u64) X(read_u64)     \
+  X(write_words) X(read_words) X(write_logic) X(read_logic) X(write_f64) X(read_f64) X(advance)         \
+  X(last_error)
+#define DECLARE(f) __typeof__(corvane_sc_##f) *f;
 static struct {
-  int (*module_count)(void);
-  const char *(*module_name)(int);
-  corvane_sc_instance *(*instantiate)(const char *, const char *);
-  int (*port_count)(corvane_sc_instance *);
-  int (*port_info)(corvane_sc_instance *, int, corvane_sc_port *);
-  int (*write_u64)(corvane_sc_instance *, const char *, uint64_t);
-  int (*read_u64)(corvane_sc_instance *, const char *, uint64_t *);
-  int (*write_words)(corvane_sc_instance *, const char *, const uint64_t *, size_t);
-  int (*read_words)(corvane_sc_instance *, const char *, uint64_t *, size_t);
-  int (*write_logic)(corvane_sc_instance *, const char *, const uint64_t *, const uint64_t *, size_t);
-  int (*read_logic)(corvane_sc_instance *, const char *, uint64_t *, uint64_t *, size_t);
-  int (*write_f64)(corvane_sc_instance *, const char *, double);
-  int (*read_f64)(corvane_sc_instance *, const char *, double *);
-  int (*advance)(corvane_sc_instance *, uint64_t);
-  const char *(*last_error)(void);
+  FUNCTIONS(DECLARE)
 } sc;
 
 static int failures;
@@ -232,11 +224,10 @@ static const struct {
 
 int main(int argc, char **argv) {
   void *library = argc == 3 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
-#define FIND(field) (*(void **)&sc.field = dlsym(library, "corvane_sc_" #field))
-  if (!library || !FIND(module_count) || !FIND(module_name) || !FIND(instantiate) || !FIND(port_count) ||
-      !FIND(port_info) || !FIND(write_u64) || !FIND(read_u64) || !FIND(write_words) || !FIND(read_words) ||
-      !FIND(write_logic) || !FIND(read_logic) || !FIND(write_f64) || !FIND(read_f64) || !FIND(advance) ||
-      !FIND(last_error)) {
+  int found = library != NULL;
+#define FIND(f) found = found && (*(void **)&sc.f = dlsym(library, "corvane_sc_" #f));
+  FUNCTIONS(FIND)
+  if (!found) {
     printf("FAIL %s\n", argc == 3 ? dlerror() : "usage: kit_cosim_loader <library> <scenario>");
     return 1;
   }
