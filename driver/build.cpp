@@ -7,11 +7,44 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <string>
 
 namespace fs = std::filesystem;
 
 namespace {
+
+/// Starts a command with the compiler prefix, the step's flags and the
+/// extra options; the compile-only command is this text plus the
+/// compile-only tail.
+std::string compiler_command(std::string_view stepFlags, std::string_view extraOptionsText) {
+  std::string command = kCompilerPrefix;
+  command += ' ';
+  command += stepFlags;
+  command += ' ';
+  command += extraOptionsText;
+  command += ' ';
+  return command;
+}
+
+/// Plans the compile of each export source inside the build directory and
+/// appends its object to \p link; sources without modules go onto the link
+/// as given.
+void plan_compiles(std::span<const SourceUnit> units, const std::string &compilePrefix,
+                   std::string &link, BuildPlan &plan) {
+  const std::string enterBuildDir = std::string("cd ") + kBuildDirectory + ";";
+  for (const SourceUnit &unit : units) {
+    if (unit.modules.empty()) {
+      link += unit.source;
+      link += ' ';
+      continue;
+    }
+    fs::path exportName = make_export_name(unit.source);
+    plan.push_back({BuildAction::kRunEchoed, enterBuildDir + compilePrefix + exportName.native()});
+    link += kBuildDirectory;
+    link += '/';
+    link += exportName.replace_extension(".o").native();
+    link += ' ';
+  }
+}
 
 /// The kernel refuses to pass a single argument of this many bytes or more
 /// (terminator included), so `sh -c <command>` cannot start for it.
@@ -32,58 +65,15 @@ void run_shell_command(const std::string &command) {
   }
 }
 
-void echo_and_run(const std::string &command) {
-  log_printf("%s\n", command.c_str());
-  // The child writes straight to our descriptors; what we echoed must be
-  // out first.
-  flush_all_output();
-  run_shell_command(command);
-}
-
-/// Starts a command with the compiler prefix, the step's flags and the
-/// extra options; the compile-only command is this text plus the
-/// compile-only tail.
-std::string compiler_command(std::string_view stepFlags, std::string_view extraOptionsText) {
-  std::string command = kCompilerPrefix;
-  command += ' ';
-  command += stepFlags;
-  command += ' ';
-  command += extraOptionsText;
-  command += ' ';
-  return command;
-}
-
-/// Compiles each export source inside the build directory and appends its
-/// object to \p link; sources without modules go onto the link as given.
-void compile_units(std::span<const SourceUnit> units, const std::string &compilePrefix,
-                   std::string &link) {
-  const std::string enterBuildDir = std::string("cd ") + kBuildDirectory + ";";
-  for (const SourceUnit &unit : units) {
-    if (unit.modules.empty()) {
-      link += unit.source;
-      link += ' ';
-      continue;
-    }
-    fs::path exportName = make_export_name(unit.source);
-    echo_and_run(enterBuildDir + compilePrefix + exportName.native());
-    link += kBuildDirectory;
-    link += '/';
-    link += exportName.replace_extension(".o").native();
-    link += ' ';
-  }
-}
-
-void create_build_directory() { fs::create_directories(fs::current_path() / kBuildDirectory); }
-
 } // namespace
 
-void build_wrapper_generator(std::span<const SourceUnit> units, std::string_view extraOptionsText) {
-  log_printf("Start wrapper generating...\n");
-  create_build_directory();
+BuildPlan plan_wrapper_generator(std::span<const SourceUnit> units, std::string_view extraOptionsText) {
+  BuildPlan plan = {{BuildAction::kEcho, "Start wrapper generating...\n"},
+                    {BuildAction::kMakeDirectory, kBuildDirectory}};
 
   std::string link = compiler_command(kWrapperDefine, extraOptionsText);
   const std::string compilePrefix = link + kCompileOnlyTail + " ";
-  compile_units(units, compilePrefix, link);
+  plan_compiles(units, compilePrefix, link, plan);
 
   const std::string library = std::string(kQuillcLibDir) + kWrapperLibrary;
   const std::string program = std::string(kBuildDirectory) + "/" + kWrapperProgram;
@@ -91,25 +81,47 @@ void build_wrapper_generator(std::span<const SourceUnit> units, std::string_view
   // after the system libraries.
   link += library + " ";
   link += "-o " + program + " " + kLinkTail + " " + library;
-  echo_and_run(link);
-
-  std::system(program.c_str());
-  log_printf("End wrapper generating.\n");
+  plan.push_back({BuildAction::kRunEchoed, std::move(link)});
+  plan.push_back({BuildAction::kRunSilent, program});
+  plan.push_back({BuildAction::kEcho, "End wrapper generating.\n"});
+  return plan;
 }
 
-void build_systemc_library(std::span<const SourceUnit> units, std::string_view extraOptionsText) {
-  log_printf("Start generating SC library...\n");
-  create_build_directory();
+BuildPlan plan_systemc_library(std::span<const SourceUnit> units, std::string_view extraOptionsText) {
+  BuildPlan plan = {{BuildAction::kEcho, "Start generating SC library...\n"},
+                    {BuildAction::kMakeDirectory, kBuildDirectory}};
 
   std::string link = compiler_command(kLibraryFlags, extraOptionsText);
   const std::string compilePrefix = link + kCompileOnlyTail + " ";
   // The start-up source is compiled by the link itself, never on its own.
   link += std::string(kQuillcIncludeDir) + kStartupSource + " ";
-  compile_units(units, compilePrefix, link);
+  plan_compiles(units, compilePrefix, link, plan);
 
   link += std::string(" -o ") + kCosimLibrary + " " + kLinkTail + " " + kQuillcLibDir +
           kCosimSupportLibrary;
-  echo_and_run(link);
+  plan.push_back({BuildAction::kRunEchoed, std::move(link)});
+  plan.push_back({BuildAction::kEcho, std::string("End generating SC library ") + kCosimLibrary + ".\n"});
+  return plan;
+}
 
-  log_printf("End generating SC library %s.\n", kCosimLibrary);
+void run_build_plan(const BuildPlan &plan) {
+  for (const BuildAction &action : plan) {
+    switch (action.kind) {
+    case BuildAction::kEcho:
+      log_printf("%s", action.text.c_str());
+      break;
+    case BuildAction::kMakeDirectory:
+      fs::create_directories(fs::current_path() / action.text);
+      break;
+    case BuildAction::kRunEchoed:
+      log_printf("%s\n", action.text.c_str());
+      [[fallthrough]];
+    case BuildAction::kRunSilent:
+      // The child writes straight to our descriptors; what we printed must
+      // be out first.
+      flush_all_output();
+      run_shell_command(action.text);
+      break;
+    }
+  }
 }

@@ -2,21 +2,45 @@
 #define QUILLC_DRIVER_BUILD_H
 
 /// \file
-/// The two build steps of a run.  Both compile every export source inside
-/// the build directory and link the objects with the sources that have no
-/// modules.  Each command is echoed to console and log, then run by the
-/// shell; exit statuses are deliberately not inspected, so every later
-/// command runs whatever happened before.
+/// The two build steps of a run, each planned in full before anything of it
+/// runs.  A step compiles every export source inside the build directory
+/// and links the objects with the sources that have no modules.  Its plan
+/// is the ordered list of what it does; run_build_plan() carries it out.
+/// Exit statuses of the commands are deliberately not inspected, so every
+/// later action runs whatever happened before.
 
 #include "driver/args.h"
 
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
+
+/// One thing a build step does.
+struct BuildAction {
+  enum Kind {
+    kEcho,          ///< Print \c text to standard output and the log.
+    kMakeDirectory, ///< Create \c text (under the current directory) with its parents.
+    kRunEchoed,     ///< Print \c text and a line feed, then run it through the shell.
+    kRunSilent,     ///< Run \c text through the shell without printing it.
+  };
+  Kind kind;
+  std::string text;
+
+  bool operator==(const BuildAction &) const = default;
+};
+
+using BuildPlan = std::vector<BuildAction>;
 
 /// Builds sc_module/wrapper_generator (-DSC_WRAPPER) and runs it once.
-void build_wrapper_generator(std::span<const SourceUnit> units, std::string_view extraOptionsText);
+BuildPlan plan_wrapper_generator(std::span<const SourceUnit> units, std::string_view extraOptionsText);
 
 /// Builds libcorvanesc.so (-fPIC -shared -DSC_COSIM) in the current directory.
-void build_systemc_library(std::span<const SourceUnit> units, std::string_view extraOptionsText);
+BuildPlan plan_systemc_library(std::span<const SourceUnit> units, std::string_view extraOptionsText);
+
+/// Carries out \p plan in order.  Output is flushed before each command, as
+/// the command writes straight to the same descriptors.  A directory that
+/// cannot be created ends the process (the exception is not caught).
+void run_build_plan(const BuildPlan &plan);
 
 #endif

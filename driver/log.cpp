@@ -10,18 +10,14 @@
 
 namespace {
 
-/// The one log of the process.  Built during static initialisation so that
-/// it exists before anything can print; its destructor runs at exit and
-/// closes the file through the stream layer, which waits for a compressor.
+void close_at_exit();
+
+/// The one log of the process.  Made on first use and never destroyed, so
+/// that anything may print at any time, during exit too.  The file is
+/// closed at exit by a hook that the first open registers: through the
+/// stream layer, which waits for a compressor to finish.
 class SessionLog {
 public:
-  ~SessionLog() {
-    if (m_File)
-      close_stream(m_File);
-    m_File = nullptr;
-    std::free(m_Scratch);
-  }
-
   bool open(const char *path) {
     close();
     m_File = open_stream(path, "w");
@@ -29,6 +25,8 @@ public:
       std::fprintf(stderr, "Can't open log file '%s': %s\n", path, std::strerror(errno));
       return false;
     }
+    if (!m_ExitHookRegistered)
+      m_ExitHookRegistered = std::atexit(close_at_exit) == 0;
     std::fwrite(m_Pending.data(), 1, m_Pending.size(), m_File);
     m_Pending.clear();
     m_Pending.shrink_to_fit();
@@ -82,29 +80,44 @@ public:
       std::fflush(m_File);
   }
 
+  /// Closes the file and gives back the scratch block; text still pending
+  /// is dropped.
+  void teardown() {
+    close();
+    std::free(m_Scratch);
+    m_Scratch = nullptr;
+    m_ScratchSize = 0;
+  }
+
 private:
   std::string m_Pending;
   FILE *m_File = nullptr;
   char *m_Scratch = nullptr;
   size_t m_ScratchSize = 0;
+  bool m_ExitHookRegistered = false;
 };
 
-SessionLog theLog;
+SessionLog &theLog() {
+  static SessionLog &log = *new SessionLog;
+  return log;
+}
+
+void close_at_exit() { theLog().teardown(); }
 
 int print_both(FILE *console, const char *format, va_list args) {
   va_list copy;
   va_copy(copy, args);
   std::vfprintf(console, format, copy);
   va_end(copy);
-  theLog.vprint(format, args);
+  theLog().vprint(format, args);
   return 1;
 }
 
 } // namespace
 
-bool open_log_file(const char *path) { return theLog.open(path); }
+bool open_log_file(const char *path) { return theLog().open(path); }
 
-void close_log_file() { theLog.close(); }
+void close_log_file() { theLog().close(); }
 
 int log_vprintf(const char *format, va_list args) { return print_both(stdout, format, args); }
 
@@ -135,10 +148,10 @@ void log_printf_level(int level, const char *format, ...) {
   va_end(args);
 }
 
-void log_write(const char *bytes, size_t length) { theLog.write(bytes, length); }
+void log_write(const char *bytes, size_t length) { theLog().write(bytes, length); }
 
 void flush_all_output() {
   std::fflush(stdout);
   std::fflush(stderr);
-  theLog.flush();
+  theLog().flush();
 }

@@ -18,7 +18,7 @@ int quillc_main(int argc, char **argv) {
 
   const std::string extraOptions = args.extraOptionsText();
   generate_export_sources(args.units);
-  build_wrapper_generator(args.units, extraOptions);
-  build_systemc_library(args.units, extraOptions);
+  run_build_plan(plan_wrapper_generator(args.units, extraOptions));
+  run_build_plan(plan_systemc_library(args.units, extraOptions));
   return 0;
 }

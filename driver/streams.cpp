@@ -31,12 +31,11 @@ const Compressor *find_compressor(const char *name) {
   return nullptr;
 }
 
-/// Which open streams are pipes.  Never destroyed: the session log closes
-/// its stream from a static destructor, after function-local statics made
-/// later than it would already be gone.
+/// Which open streams are pipes.  Never destroyed: streams are closed from
+/// exit hooks too, whose order against static destructors nobody controls.
 std::map<FILE *, bool> &registry() {
-  static auto *streams = new std::map<FILE *, bool>;
-  return *streams;
+  static auto &streams = *new std::map<FILE *, bool>;
+  return streams;
 }
 
 FILE *remember(FILE *stream, bool isPipe) {

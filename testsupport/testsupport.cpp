@@ -33,13 +33,10 @@ std::string read_file(const fs::path &path) {
 }
 
 void write_file(const fs::path &path, std::string_view content, bool executable) {
-  {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(content.data(), content.size());
-  }
+  std::ofstream(path, std::ios::binary | std::ios::trunc).write(content.data(), content.size());
   if (executable)
-    fs::permissions(path, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
-                              fs::perms::others_read | fs::perms::others_exec);
+    fs::permissions(path, fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec,
+                    fs::perm_options::add);
 }
 
 std::string path_with(const fs::path &dir) {
@@ -49,75 +46,59 @@ std::string path_with(const fs::path &dir) {
 
 namespace {
 
-/// In a child: standard output and error into the two files.
-void redirect_output(const fs::path &outPath, const fs::path &errPath) {
-  int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  ::dup2(out, 1);
-  ::dup2(err, 2);
-  ::close(out);
-  ::close(err);
-}
-
-RunResult wait_for(pid_t pid, const fs::path &outPath, const fs::path &errPath) {
-  int wstatus = 0;
-  ::waitpid(pid, &wstatus, 0);
-  RunResult result;
-  result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
-  result.out = read_file(outPath);
-  result.err = read_file(errPath);
-  return result;
-}
-
-} // namespace
-
-RunResult run(const std::vector<std::string> &argv, const fs::path &cwd,
-              const std::vector<std::string> &env, std::string_view input) {
+/// Forks; the child enters \p cwd (when given), takes \p input as standard
+/// input, writes its output into two files and runs \p child, which must
+/// not return.  The parent waits and collects.
+RunResult fork_and_collect(const fs::path &cwd, std::string_view input, const std::function<void()> &child) {
   TempDir io;
-  const fs::path outPath = io / "out", errPath = io / "err", inPath = io / "in";
-  write_file(inPath, input);
-
-  pid_t pid = ::fork();
-  if (pid < 0)
-    throw std::runtime_error("fork failed");
-  if (pid == 0) {
-    if (::chdir(cwd.c_str()) != 0)
-      ::_exit(126);
-    for (const std::string &entry : env) {
-      size_t eq = entry.find('=');
-      if (eq == std::string::npos)
-        ::unsetenv(entry.c_str());
-      else
-        ::setenv(entry.substr(0, eq).c_str(), entry.c_str() + eq + 1, 1);
-    }
-    int in = ::open(inPath.c_str(), O_RDONLY);
-    ::dup2(in, 0);
-    ::close(in);
-    redirect_output(outPath, errPath);
-    std::vector<char *> args;
-    for (const std::string &a : argv)
-      args.push_back(const_cast<char *>(a.c_str()));
-    args.push_back(nullptr);
-    ::execvp(args[0], args.data());
-    ::_exit(127);
-  }
-
-  return wait_for(pid, outPath, errPath);
-}
-
-RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
-  TempDir io;
-  const fs::path outPath = io / "out", errPath = io / "err";
+  const fs::path in = io / "in", out = io / "out", err = io / "err";
+  write_file(in, input);
+  write_file(out, "");
+  write_file(err, "");
   // Text still buffered here would otherwise be printed twice.
   std::fflush(nullptr);
-
-  pid_t pid = ::fork();
+  const pid_t pid = ::fork();
   if (pid < 0)
     throw std::runtime_error("fork failed");
   if (pid == 0) {
     if (!cwd.empty() && ::chdir(cwd.c_str()) != 0)
       ::_exit(126);
-    redirect_output(outPath, errPath);
+    const fs::path *files[] = {&in, &out, &err};
+    for (int fd = 0; fd < 3; ++fd) {
+      const int opened = ::open(files[fd]->c_str(), fd ? O_WRONLY | O_TRUNC : O_RDONLY);
+      ::dup2(opened, fd);
+      ::close(opened);
+    }
+    child();
+    ::_exit(127);
+  }
+  int wstatus = 0;
+  ::waitpid(pid, &wstatus, 0);
+  return {WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus), read_file(out), read_file(err)};
+}
+
+} // namespace
+
+RunResult run(const std::vector<std::string> &argv, const fs::path &cwd, const std::vector<std::string> &env,
+              std::string_view input) {
+  return fork_and_collect(cwd, input, [&] {
+    for (const std::string &entry : env) {
+      const size_t eq = entry.find('=');
+      if (eq == std::string::npos)
+        ::unsetenv(entry.c_str());
+      else
+        ::setenv(entry.substr(0, eq).c_str(), entry.c_str() + eq + 1, 1);
+    }
+    std::vector<char *> args;
+    for (const std::string &a : argv)
+      args.push_back(const_cast<char *>(a.c_str()));
+    args.push_back(nullptr);
+    ::execvp(args[0], args.data());
+  });
+}
+
+RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
+  return fork_and_collect(cwd, {}, [&] {
     // An exception must not unwind into the test runner's copy.
     try {
       body();
@@ -127,9 +108,7 @@ RunResult run_in_child(const std::function<void()> &body, const fs::path &cwd) {
     }
     std::fflush(nullptr);
     ::_exit(0);
-  }
-
-  return wait_for(pid, outPath, errPath);
+  });
 }
 
 } // namespace testsupport

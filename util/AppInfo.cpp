@@ -71,7 +71,7 @@ const char *or_null_text(const char *text) { return text ? text : "(null)"; }
 } // namespace
 
 std::map<std::string, std::string> &tool_title_table() {
-  static std::map<std::string, std::string> titles = {
+  static auto &titles = *new std::map<std::string, std::string>{
       {"tarn", "Corvane DIGITAL LOGIC SIMULATOR"},
       {"tarn_elab", "Corvane DIGITAL LOGIC ELABORATER"},
       {"svquill", "Corvane SYSTEM VERILOG COMPILER"},
@@ -150,7 +150,7 @@ void print_end_time() {
 }
 
 std::string get_host_name() {
-  static std::string cached;
+  static std::string &cached = *new std::string;
   if (cached.empty()) {
     char name[512] = {};
     ::gethostname(name, sizeof name - 1);
@@ -181,7 +181,7 @@ std::string appinfo_detail::cpu_model(const char *cpuinfo_path) {
 
 std::string f_get_cpu_info() {
   static_assert(signs_function(kCpuInfoFunction, __func__));
-  static std::string cached;
+  static std::string &cached = *new std::string;
   if (cached.empty())
     cached = appinfo_detail::cpu_model("/proc/cpuinfo");
   return cached;

@@ -1,5 +1,7 @@
 #include "util/Columnizer.h"
 
+#include "util/strings.h"
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -83,24 +85,10 @@ void Columnizer::AddLine(unsigned column, const char *text) {
 }
 
 void Columnizer::AddFormattedLine(unsigned row, unsigned column, const char *format, ...) {
-  char small[256];
+  std::string &text = CellAt(row, column).text;
   va_list args;
   va_start(args, format);
-  va_list copy;
-  va_copy(copy, args);
-  int length = std::vsnprintf(small, sizeof small, format, copy);
-  va_end(copy);
-  if (length < 0) {
-    va_end(args);
-    return;
-  }
-  if (static_cast<size_t>(length) < sizeof small) {
-    AddText(row, column, std::string_view(small, length));
-  } else {
-    std::string big(length, '\0');
-    std::vsnprintf(big.data(), big.size() + 1, format, args);
-    AddText(row, column, big);
-  }
+  appendFormattedV(text, format, args);
   va_end(args);
 }
 

@@ -99,12 +99,3 @@ void HandleFatalSignal(int signal) {
   flush_all_output();
   std::exit(1);
 }
-
-RosterCrashHandler::RosterCrashHandler(ErrorRoster *roster) : m_Roster(roster) {
-  RegisterHandler();
-}
-
-void RosterCrashHandler::OnCrash(int) {
-  if (m_Roster)
-    m_Roster->PrintClassSummaries();
-}

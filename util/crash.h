@@ -14,8 +14,6 @@
 /// The chain is plain process-wide data: register and unregister on the
 /// main thread only.
 
-class ErrorRoster;
-
 /// The signals the routine is installed for, in installation order:
 /// SIGSEGV, SIGABRT, SIGTERM, SIGINT, SIGQUIT, SIGHUP.
 extern const int kCrashSignals[6];
@@ -75,17 +73,5 @@ private:
 
 /// The newest handler of the chain, or null when it is empty.
 CrashHandler *CrashHandlerChain();
-
-/// The roster's handler: on a crash it prints the summaries of all the
-/// roster's message classes.
-class RosterCrashHandler : public CrashHandler {
-public:
-  /// Registers at once.
-  explicit RosterCrashHandler(ErrorRoster *roster);
-  void OnCrash(int signal) override;
-
-private:
-  ErrorRoster *m_Roster;
-};
 
 #endif

@@ -1,6 +1,7 @@
 #include "util/roster.h"
 
 #include "driver/log.h"
+#include "util/strings.h"
 #include "util/telemetry.h"
 
 #include <cstdint>
@@ -39,30 +40,6 @@ bool AppendLinePrefix(std::string &out, int severity, bool demotable, const char
   if (demotable)
     out.append(" <demotable>");
   return hasId;
-}
-
-/// Appends printf-style text to \p out, formatting once when the text fits
-/// the room left in the string.
-void AppendFormatted(std::string &out, const char *format, va_list args) {
-  size_t base = out.size();
-  if (out.capacity() - base < 128)
-    out.reserve(base + 256);
-  out.resize(out.capacity());
-  size_t room = out.size() - base;
-  va_list copy;
-  va_copy(copy, args);
-  // The terminating zero lands on the string's own terminator slot.
-  int length = std::vsnprintf(out.data() + base, room + 1, format, copy);
-  va_end(copy);
-  if (length < 0) {
-    out.resize(base);
-    return;
-  }
-  if (static_cast<size_t>(length) > room) {
-    out.resize(base + length);
-    std::vsnprintf(out.data() + base, length + 1, format, args);
-  }
-  out.resize(base + length);
 }
 
 /// Turns every "%%" of the composed line into one "%", as printing the line
@@ -141,6 +118,15 @@ void ErrorMsgClassBase::Clear() {
 // ---------------------------------------------------------------------------
 // ErrorRoster
 
+RosterCrashHandler::RosterCrashHandler(ErrorRoster *roster) : m_Roster(roster) {
+  RegisterHandler();
+}
+
+void RosterCrashHandler::OnCrash(int) {
+  if (m_Roster)
+    m_Roster->PrintClassSummaries();
+}
+
 ErrorRoster::ErrorRoster() : m_CrashHandler(this) {
   for (int code = 0; code < kSeverityCount; ++code)
     m_SeverityMap[code] = code;
@@ -152,8 +138,8 @@ ErrorRoster::~ErrorRoster() = default;
 
 ErrorRoster &ErrorRoster::Get() {
   // Never destroyed: messages and crashes may come during exit.
-  static ErrorRoster *roster = new ErrorRoster;
-  return *roster;
+  static ErrorRoster &roster = *new ErrorRoster;
+  return roster;
 }
 
 int ErrorRoster::EffectiveSeverity(const char *id, int severity) const {
@@ -242,7 +228,8 @@ int ErrorRoster::VReportMessage(int severity, const char *id, bool toStderr, con
   size_t textStart = line.size();
   if (blankOwed)
     line.push_back(' ');
-  AppendFormatted(line, format ? format : "", args);
+  if (format)
+    appendFormattedV(line, format, args);
   if (blankOwed && line.size() == textStart + 1)
     line.pop_back(); // empty text: no blank after the id
   CollapsePercents(line);

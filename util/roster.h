@@ -146,6 +146,18 @@ public:
 // ---------------------------------------------------------------------------
 // The roster
 
+/// The roster's crash handler: on a crash it prints the summaries of all
+/// the roster's message classes.
+class RosterCrashHandler : public CrashHandler {
+public:
+  /// Registers at once.
+  explicit RosterCrashHandler(ErrorRoster *roster);
+  void OnCrash(int signal) override;
+
+private:
+  ErrorRoster *m_Roster;
+};
+
 /// The roster.  ErrorRoster::Get() is the process-wide one, made on first
 /// use and never destroyed; the free functions below use it.  Other
 /// instances (tests) are independent, except that each registers its own

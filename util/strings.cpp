@@ -1,6 +1,7 @@
 #include "util/strings.h"
 
 #include <cmath>
+#include <cstdio>
 #include <fmt/format.h>
 
 std::string quoteString(const char *text, int32_t length) {
@@ -83,4 +84,35 @@ std::string trimString(std::string_view text) {
     return {};
   const size_t last = text.find_last_not_of(kSpace);
   return std::string(text.substr(first, last - first + 1));
+}
+
+void appendFormattedV(std::string &out, const char *format, va_list args) {
+  const size_t base = out.size();
+  if (out.capacity() - base < 128)
+    out.reserve(base + 256);
+  out.resize(out.capacity());
+  const size_t room = out.size() - base;
+  va_list copy;
+  va_copy(copy, args);
+  // The terminating zero lands on the string's own terminator slot.
+  const int length = std::vsnprintf(out.data() + base, room + 1, format, copy);
+  va_end(copy);
+  if (length < 0) {
+    out.resize(base);
+    return;
+  }
+  if (static_cast<size_t>(length) > room) {
+    out.resize(base + length);
+    std::vsnprintf(out.data() + base, length + 1, format, args);
+  }
+  out.resize(base + length);
+}
+
+std::string formatString(const char *format, ...) {
+  std::string text;
+  va_list args;
+  va_start(args, format);
+  appendFormattedV(text, format, args);
+  va_end(args);
+  return text;
 }

@@ -4,8 +4,12 @@
 /// \file
 /// Small stateless text helpers of the support library: a double-quoted,
 /// escaped literal of arbitrary bytes, a compact elapsed-time text, and the
-/// split / join / trim trio that option and path handling build on.
+/// split / join / trim trio that option and path handling build on, and
+/// printf-style formatting into a std::string.
 
+#include "util/Compiler.h"
+
+#include <cstdarg>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -39,5 +43,13 @@ std::string joinStrings(const std::vector<std::string> &pieces, std::string_view
 /// Returns \p text without leading and trailing white space (blank, tab,
 /// newline, vertical tab, form feed, carriage return).
 std::string trimString(std::string_view text);
+
+/// Appends printf-style text to \p out.  Formats once when the text fits
+/// the string's spare capacity (at least 128 bytes are made available),
+/// twice otherwise; a format error appends nothing.  \p args is used up.
+void appendFormattedV(std::string &out, const char *format, va_list args) CORVANE_VPRINTF(2);
+
+/// printf-style text as a string.
+std::string formatString(const char *format, ...) CORVANE_PRINTF(1, 2);
 
 #endif

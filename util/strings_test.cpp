@@ -3,36 +3,26 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace {
 
-TEST(QuoteString, EveryByteValue) {
-  // Written out by hand: the short forms; printable ASCII is itself and
-  // every other byte \xNN with lower-case digits.
-  const std::map<int, std::string> shortForms = {{7, "\\a"},  {9, "\\t"},  {10, "\\n"},   {11, "\\v"},
-                                                 {12, "\\f"}, {34, "\\\""}, {92, "\\\\"}};
-  const char hex[] = "0123456789abcdef";
-  for (int b = 0; b < 256; ++b) {
-    std::string expected = {'\\', 'x', hex[b / 16], hex[b % 16]};
-    if (shortForms.count(b))
-      expected = shortForms.at(b);
-    else if (b >= 32 && b < 127)
-      expected = std::string(1, static_cast<char>(b));
-    const char byte = static_cast<char>(b);
-    EXPECT_EQ(quoteString(&byte, 1), "\"" + expected + "\"") << "byte " << b;
-  }
-}
-
-TEST(QuoteString, LengthGovernsNotTerminator) {
-  EXPECT_EQ(quoteString("", 0), "\"\"");
+TEST(QuoteString, EscapesTable) {
+  const std::pair<std::string, const char *> cases[] = {
+      {"", R"("")"},
+      {" azAZ09~!#$%&'()*+,-./:;<=>?@[]^_`{|}", R"(" azAZ09~!#$%&'()*+,-./:;<=>?@[]^_`{|}")"},
+      {"\a\t\n\v\f\"\\", R"("\a\t\n\v\f\"\\")"},
+      {std::string("\0\x01\b\r\x1b\x1f\x7f", 7), R"("\x00\x01\x08\x0d\x1b\x1f\x7f")"},
+      {"\x80\xab\xc3\xa9\xff", R"("\x80\xab\xc3\xa9\xff")"},
+      // The escapes of neighbours do not merge.
+      {std::string("a\0\"b\\\r\n", 7), R"("a\x00\"b\\\x0d\n")"},
+  };
+  for (const auto &[text, quoted] : cases)
+    EXPECT_EQ(quoteString(text.data(), static_cast<int32_t>(text.size())), quoted) << quoted;
   EXPECT_EQ(quoteString(nullptr, 0), "\"\"");
   EXPECT_EQ(quoteString("abc", -1), "\"\"");
   EXPECT_EQ(quoteString("abc", 2), "\"ab\"");
-  // An embedded NUL is data, and the escapes of neighbours do not merge.
-  EXPECT_EQ(quoteString("a\0\"b\\\r\n", 7), "\"a\\x00\\\"b\\\\\\x0d\\n\"");
 }
 
 TEST(FormatDuration, BranchesAndBoundaries) {
@@ -63,6 +53,13 @@ TEST(SplitJoinTrim, SplitKeepsEveryPieceJoinUndoesItTrimTakesOuterSpace) {
   EXPECT_EQ(trimString(" \t\n\v\f\r"), "");
   EXPECT_EQ(trimString("  a  b \r\n"), "a  b");
   EXPECT_EQ(trimString(std::string("\0a\0", 3)), std::string("\0a\0", 3));
+}
+
+TEST(FormatString, AnyLengthAroundTheRoomItMakes) {
+  for (size_t length : {0, 124, 125, 252, 253, 254, 5000}) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(formatString("%s|%d%%", text.c_str(), 42), text + "|42%") << length;
+  }
 }
 
 } // namespace

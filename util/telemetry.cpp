@@ -2,12 +2,11 @@
 
 #include "util/AppInfo.h"
 
-#include <cinttypes>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fmt/format.h>
 #include <string>
 #include <unistd.h>
 
@@ -18,7 +17,12 @@ namespace {
 int sessionCount = 0;
 FILE *telemetryFile = nullptr;
 struct timeval sessionStart = {};
-std::string toolName;
+
+/// Records are written during exit too (shutdown, crash): never destroyed.
+std::string &toolName() {
+  static std::string &name = *new std::string;
+  return name;
+}
 
 /// Opens the file on the first record of a session, or switches telemetry
 /// off when it cannot be had.
@@ -31,10 +35,7 @@ void OpenTelemetryFile() {
     sessionCount = -1;
     return;
   }
-  std::string path(std::strlen(logPath) + std::strlen(executionId) + 32, '\0');
-  int length = std::snprintf(path.data(), path.size(), "%s/%s_%ld.tel", logPath, executionId,
-                             static_cast<long>(::getpid()));
-  path.resize(length);
+  const std::string path = fmt::format("{}/{}_{}.tel", logPath, executionId, ::getpid());
   telemetryFile = std::fopen(path.c_str(), "a");
   if (!telemetryFile)
     sessionCount = -1;
@@ -60,12 +61,9 @@ void AppendSampleTime(std::string &out, const struct timeval &tv) {
     cachedLength = std::strftime(cachedText, sizeof cachedText, "%Y-%m-%dT%T", &utc);
     cachedSecond = tv.tv_sec;
   }
-  char text[96];
-  std::memcpy(text, cachedText, cachedLength);
-  int tail = std::snprintf(text + cachedLength, sizeof text - cachedLength, ".%03dZ",
-                           static_cast<int>(tv.tv_usec / 1000));
-  text[cachedLength + tail] = '\0';
-  JsonWriter::WriteQuoted(out, text);
+  const std::string text =
+      fmt::format("{}.{:03}Z", std::string_view(cachedText, cachedLength), tv.tv_usec / 1000);
+  JsonWriter::WriteQuoted(out, text.c_str());
 }
 
 } // namespace
@@ -81,144 +79,9 @@ int TelemetrySessionCount() { return sessionCount; }
 
 struct timeval TelemetrySessionStart() { return sessionStart; }
 
-void SetTelemetryToolName(const char *name) { toolName = name ? name : ""; }
+void SetTelemetryToolName(const char *name) { toolName() = name ? name : ""; }
 
-const char *TelemetryToolName() { return toolName.c_str(); }
-
-// ---------------------------------------------------------------------------
-// JsonWriter
-
-JsonWriter::JsonWriter(std::string &out, bool isArray, int depth, bool pretty, int indentWidth,
-                       bool useTabs)
-    : m_IsArray(isArray), m_Out(&out), m_Depth(depth), m_Pretty(pretty),
-      m_IndentWidth(indentWidth), m_UseTabs(useTabs) {}
-
-void JsonWriter::Indent(int levels) {
-  if (m_UseTabs)
-    m_Out->append(levels, '\t');
-  else
-    m_Out->append(static_cast<size_t>(levels) * m_IndentWidth, ' ');
-}
-
-bool JsonWriter::AddKey(const char *name) {
-  if (m_State == kClosed)
-    return false;
-  if (m_State == kEmpty) {
-    m_Out->push_back(m_IsArray ? '[' : '{');
-    m_State = kOpen;
-  } else {
-    m_Out->push_back(',');
-  }
-  if (m_Pretty) {
-    m_Out->push_back('\n');
-    Indent(m_Depth + 1);
-  }
-  if (name) {
-    WriteQuoted(*m_Out, name);
-    m_Out->push_back(':');
-    if (m_Pretty)
-      m_Out->push_back(' ');
-  }
-  return true;
-}
-
-void JsonWriter::AddString(const char *name, const char *value) {
-  if (AddKey(name))
-    WriteQuoted(*m_Out, value ? value : "");
-}
-
-void JsonWriter::AddInt(const char *name, int64_t value) {
-  if (AddKey(name))
-    m_Out->append(std::to_string(value));
-}
-
-void JsonWriter::AddUnsigned(const char *name, uint64_t value) {
-  if (AddKey(name))
-    m_Out->append(std::to_string(value));
-}
-
-void JsonWriter::AddDouble(const char *name, double value) {
-  if (!AddKey(name))
-    return;
-  if (!std::isfinite(value)) {
-    m_Out->append("null");
-    return;
-  }
-  char text[64];
-  int length = std::snprintf(text, sizeof text, "%g", value);
-  m_Out->append(text, length);
-}
-
-JsonWriter JsonWriter::Nested(bool isArray, bool closed) {
-  JsonWriter child(*m_Out, isArray, m_Depth + 1, m_Pretty, m_IndentWidth, m_UseTabs);
-  if (closed)
-    child.m_State = kClosed;
-  return child;
-}
-
-JsonWriter JsonWriter::AddObject(const char *name) { return Nested(false, !AddKey(name)); }
-
-JsonWriter JsonWriter::AddArray(const char *name) { return Nested(true, !AddKey(name)); }
-
-void JsonWriter::Close() {
-  if (m_State == kClosed)
-    return;
-  if (m_State == kEmpty) {
-    m_Out->append(m_IsArray ? "[]" : "{}");
-  } else {
-    if (m_Pretty) {
-      m_Out->push_back('\n');
-      Indent(m_Depth);
-    }
-    m_Out->push_back(m_IsArray ? ']' : '}');
-  }
-  m_State = kClosed;
-}
-
-void JsonWriter::WriteQuoted(std::string &out, const char *text) {
-  static const char hex[] = "0123456789abcdef";
-  // Staged in a small block so that the string grows in chunks, not bytes.
-  char stage[128];
-  size_t used = 0;
-  stage[used++] = '"';
-  for (const unsigned char *p = reinterpret_cast<const unsigned char *>(text); *p; ++p) {
-    if (used > sizeof stage - 8) {
-      out.append(stage, used);
-      used = 0;
-    }
-    unsigned char c = *p;
-    switch (c) {
-    case '\t':
-      stage[used++] = '\\';
-      stage[used++] = 't';
-      break;
-    case '\n':
-      stage[used++] = '\\';
-      stage[used++] = 'n';
-      break;
-    case '\r':
-      stage[used++] = '\\';
-      stage[used++] = 'r';
-      break;
-    case '"':
-    case '\\':
-      stage[used++] = '\\';
-      stage[used++] = static_cast<char>(c);
-      break;
-    default:
-      if (c < 32 || c == 127) {
-        std::memcpy(stage + used, "\\u00", 4);
-        stage[used + 4] = hex[c >> 4];
-        stage[used + 5] = hex[c & 15];
-        used += 6;
-      } else {
-        stage[used++] = static_cast<char>(c);
-      }
-    }
-  }
-  stage[used++] = '"';
-  out.append(stage, used);
-}
+const char *TelemetryToolName() { return toolName().c_str(); }
 
 // ---------------------------------------------------------------------------
 // Records
@@ -249,7 +112,7 @@ void AnalyticBase::Finish(JsonWriter &dimensions) {
   if (m_Finished)
     return;
   m_Finished = true;
-  dimensions.AddString("tool", toolName.c_str());
+  dimensions.AddString("tool", toolName().c_str());
   dimensions.AddString("version", kToolVersion);
   dimensions.AddString("version_verbose", kToolVersionVerbose);
   dimensions.Close();
