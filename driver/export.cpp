@@ -16,10 +16,17 @@ fs::path make_export_name(std::string_view source) {
 
 namespace {
 
+/// Writes \p text; an empty view may hold a null pointer, which fwrite must
+/// not be given even for zero bytes.
+void write_text(FILE *file, std::string_view text) {
+  if (!text.empty())
+    std::fwrite(text.data(), 1, text.size(), file);
+}
+
 void write_line(FILE *file, std::string_view a, std::string_view b = {}, std::string_view c = {}) {
-  std::fwrite(a.data(), 1, a.size(), file);
-  std::fwrite(b.data(), 1, b.size(), file);
-  std::fwrite(c.data(), 1, c.size(), file);
+  write_text(file, a);
+  write_text(file, b);
+  write_text(file, c);
   std::fputc('\n', file);
   std::fflush(file);
 }

@@ -5,11 +5,20 @@
 
 #include "driver/args.h"
 #include "driver/export.h"
+#include "driver/log.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>
+
+// Every argument error is logged; with no log file open the text would be
+// held in memory for the whole run and grow until the fuzzer runs out of
+// memory, so the session log goes to the null device.
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  open_log_file("/dev/null");
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   std::vector<std::string> args = {"quillc"};

@@ -10,7 +10,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${1:-$root/build}
 
 packages=(
-  g++ clang cmake ninja-build make python3
+  g++ cmake ninja-build make python3
+  clang libclang-rt-14-dev
   libfmt-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
   libsystemc-dev libclang-14-dev verilator
   gzip bzip2 xz-utils ncompress

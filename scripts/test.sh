@@ -13,3 +13,6 @@ CXX=clang++ cmake -S "$root" -B "$clang_build" -G Ninja -DCMAKE_BUILD_TYPE=RelWi
   -DQUILLC_BUILD_KIT=OFF -DQUILLC_BUILD_BENCH=OFF >/dev/null
 cmake --build "$clang_build" -j "$(nproc)"
 ctest --test-dir "$clang_build" --output-on-failure -j "$(nproc)" --timeout 600 -E '^install\.'
+
+"$root/scripts/sanitize.sh"
+"$root/fuzz/run.sh" 30

@@ -68,7 +68,9 @@ size_t Columnizer::TextWidth(std::string_view text) const {
   return width;
 }
 
-Columnizer::Cell &Columnizer::CellAt(unsigned row, unsigned column) {
+Columnizer::Cell *Columnizer::CellAt(unsigned row, unsigned column) {
+  if (row >= kMaxRows || column >= kMaxColumns)
+    return nullptr;
   if (m_Rows.size() <= row)
     m_Rows.resize(row + 1);
   Row &r = m_Rows[row];
@@ -77,29 +79,40 @@ Columnizer::Cell &Columnizer::CellAt(unsigned row, unsigned column) {
     r.cells.resize(column + 1);
   Cell &cell = r.cells[column];
   cell.used = true;
-  return cell;
+  return &cell;
 }
 
-void Columnizer::AddLine(unsigned column, const char *text) {
-  AddText(static_cast<unsigned>(m_Rows.size()), column, text ? text : "");
+bool Columnizer::AddLine(unsigned column, const char *text) {
+  // RowCount() never exceeds kMaxRows, so the cast cannot wrap.
+  return AddText(static_cast<unsigned>(m_Rows.size()), column, text ? text : "");
 }
 
-void Columnizer::AddFormattedLine(unsigned row, unsigned column, const char *format, ...) {
-  std::string &text = CellAt(row, column).text;
+bool Columnizer::AddFormattedLine(unsigned row, unsigned column, const char *format, ...) {
+  Cell *cell = CellAt(row, column);
+  if (!cell)
+    return false;
   va_list args;
   va_start(args, format);
-  appendFormattedV(text, format, args);
+  appendFormattedV(cell->text, format, args);
   va_end(args);
+  return true;
 }
 
-void Columnizer::AddText(unsigned row, unsigned column, std::string_view text) {
-  CellAt(row, column).text.append(text);
+bool Columnizer::AddText(unsigned row, unsigned column, std::string_view text) {
+  Cell *cell = CellAt(row, column);
+  if (!cell)
+    return false;
+  cell->text.append(text);
+  return true;
 }
 
-void Columnizer::SetMinColumnWidth(unsigned column, size_t width) {
+bool Columnizer::SetMinColumnWidth(unsigned column, size_t width) {
+  if (column >= kMaxColumns || width > kMaxMinWidth)
+    return false;
   if (m_MinWidths.size() <= column)
     m_MinWidths.resize(column + 1, 0);
   m_MinWidths[column] = width;
+  return true;
 }
 
 std::vector<size_t> Columnizer::ColumnWidths() const {

@@ -27,6 +27,13 @@
 ///  - Widths are display widths from TextWidth(), which counts UTF-8
 ///    characters, so names in any script line up.
 ///  - Trailing blanks of a printed line are dropped.
+///
+/// Limits: rows and columns are indices into vectors made on demand, and a
+/// caller's stray index (a wrapped -1, a count used as an index) must not
+/// turn into a crash or a multi-gigabyte allocation.  A row from kMaxRows
+/// up, a column from kMaxColumns up or a minimum width above kMaxMinWidth
+/// is refused: the call returns false and changes nothing.  The limits are
+/// far beyond any message block (a few dozen rows, a handful of columns).
 
 #include "util/Compiler.h"
 
@@ -41,6 +48,12 @@ public:
   static constexpr size_t kIndent = 4;
   /// Blanks between two columns.
   static constexpr size_t kGap = 2;
+  /// Rows are 0 to kMaxRows - 1.
+  static constexpr unsigned kMaxRows = 1u << 16;
+  /// Columns are 0 to kMaxColumns - 1.
+  static constexpr unsigned kMaxColumns = 256;
+  /// The widest minimum that SetMinColumnWidth() accepts.
+  static constexpr size_t kMaxMinWidth = 4096;
 
   Columnizer() = default;
   Columnizer(const Columnizer &) = delete;
@@ -60,19 +73,23 @@ public:
   /// The display width of \p text: its number of UTF-8 characters.
   virtual size_t TextWidth(std::string_view text) const;
 
-  /// Adds \p text as a new row after the last one, in \p column.
-  void AddLine(unsigned column, const char *text);
+  /// Adds \p text as a new row after the last one, in \p column.  False
+  /// when the column or the new row is out of the limits.
+  bool AddLine(unsigned column, const char *text);
 
   /// Formats printf-style and appends the result to the cell at
-  /// (\p row, \p column).
-  void AddFormattedLine(unsigned row, unsigned column, const char *format, ...)
+  /// (\p row, \p column).  False for a cell out of the limits or a format
+  /// error.
+  bool AddFormattedLine(unsigned row, unsigned column, const char *format, ...)
       CORVANE_PRINTF(4, 5);
 
-  /// Appends \p text to the cell at (\p row, \p column).
-  void AddText(unsigned row, unsigned column, std::string_view text);
+  /// Appends \p text to the cell at (\p row, \p column).  False for a cell
+  /// out of the limits.
+  bool AddText(unsigned row, unsigned column, std::string_view text);
 
-  /// Makes \p column at least \p width wide.
-  void SetMinColumnWidth(unsigned column, size_t width);
+  /// Makes \p column at least \p width wide.  False for a column or width
+  /// out of the limits.
+  bool SetMinColumnWidth(unsigned column, size_t width);
 
   /// The number of rows made so far (printed or not).
   size_t RowCount() const { return m_Rows.size(); }
@@ -90,7 +107,7 @@ private:
     std::vector<Cell> cells;
   };
 
-  Cell &CellAt(unsigned row, unsigned column);
+  Cell *CellAt(unsigned row, unsigned column);
   std::vector<size_t> ColumnWidths() const;
   void LayoutRow(const Row &row, const std::vector<size_t> &widths, std::string &out) const;
 

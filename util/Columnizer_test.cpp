@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,20 @@ TEST(Columnizer, ContinuationTextAndLineFeeds) {
   c.AddLine(0, "dropped");
   c.Clear();
   EXPECT_EQ(c.Layout(), "");
+}
+
+TEST(Columnizer, AbsurdIndicesAreRefusedWithoutChange) {
+  Capture c;
+  // UINT_MAX + 1 wraps to 0; 2^30 rows would be gigabytes of empty rows.
+  EXPECT_FALSE(c.AddText(UINT_MAX, 0, "x") || c.AddText(0, UINT_MAX, "x") ||
+               c.AddText(1u << 30, 0, "x") || c.AddText(65536, 0, "x") || c.AddText(0, 256, "x") ||
+               c.AddFormattedLine(UINT_MAX, 0, "%s", "x") || c.AddLine(UINT_MAX, "x") ||
+               c.SetMinColumnWidth(UINT_MAX, 1) || c.SetMinColumnWidth(1, 4097));
+  EXPECT_EQ(c.RowCount(), 0u);
+  EXPECT_TRUE(c.SetMinColumnWidth(0, 4096) && c.AddText(0, 0, "a") && c.AddText(0, 255, "b"));
+  EXPECT_EQ(c.Layout().size(), 4u + 4096 + 2 + 254 * 2 + 1 + 1);
+  EXPECT_TRUE(c.AddText(65535, 0, "last"));
+  EXPECT_EQ(c.RowCount(), 65536u);
 }
 
 } // namespace

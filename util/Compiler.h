@@ -14,4 +14,9 @@
 /// the compiler checks the format string but not the arguments.
 #define CORVANE_VPRINTF(fmt) __attribute__((format(printf, fmt, 0)))
 
+/// Keeps the sanitizers out of one function, for code that faults on
+/// purpose: the fault must reach the crash handler as the signal it is in
+/// every build, not as a sanitizer's report.
+#define CORVANE_NO_SANITIZE __attribute__((no_sanitize("address", "undefined")))
+
 #endif

@@ -339,13 +339,21 @@ void ErrorRoster::PrintClassSummaries() {
   }
 }
 
+namespace {
+
+// Fault on purpose: the crash handler reports, prints the summaries and
+// exits with status 1.
+[[noreturn]] CORVANE_NO_SANITIZE void FaultOnPurpose() {
+  *reinterpret_cast<volatile int *>(faultAddress) = 0;
+  std::abort(); // only reached if the store did not fault
+}
+
+} // namespace
+
 void ErrorRoster::InternalAssertFailed(const char *condition, const char *file, int line) {
   ReportMessageToStderr(kSeverityFatal, "InternalAssert", "%s failed @%s:%d\n", condition, file,
                         line);
-  // Fault on purpose: the crash handler reports, prints the summaries and
-  // exits with status 1.
-  *reinterpret_cast<volatile int *>(faultAddress) = 0;
-  std::abort(); // only reached if the store did not fault
+  FaultOnPurpose();
 }
 
 // ---------------------------------------------------------------------------
