@@ -8,13 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
+#include <algorithm>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 using testsupport::read_file;
@@ -79,50 +75,24 @@ protected:
   TempDir m_Dir;
 };
 
-/// Starts quillc in a process group of its own with output to files in
-/// \p dir, waits until its compile runs, delivers \p signal to quillc (or,
-/// with \p toGroup, to its group, as a terminal's Ctrl-C does) and waits for
-/// it to end.  Returns its wait status.
-int signal_during_compile(const fs::path &dir, const std::vector<std::string> &env, int signal, bool toGroup) {
-  std::fflush(nullptr);
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    ::setpgid(0, 0);
-    // Whatever the test runner inherited, quillc starts from the defaults.
-    for (int s = 1; s < NSIG; ++s)
-      std::signal(s, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    if (::chdir((dir / "work").c_str()) != 0)
-      ::_exit(126);
-    ::dup2(::open((dir / "out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
-    ::dup2(::open((dir / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
-    for (const std::string &e : env)
-      ::putenv(const_cast<char *>(e.c_str()));
-    ::execl(QUILLC_BIN, QUILLC_BIN, "-module", "a", "a.cpp", static_cast<char *>(nullptr));
-    ::_exit(127);
-  }
-  for (int i = 0; i < 1000 && !fs::exists(dir / "pid"); ++i)
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  ::kill(toGroup ? -pid : pid, signal);
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  return status;
-}
+// quillc in a session of its own; once its compile runs, $FAULT_SIGNAL goes
+// to quillc ($FAULT_TARGET empty) or its group ("-", as Ctrl-C does).
+const char kSignalDuringCompile[] = R"(setsid "$@" >../out 2>../err & q=$!
+until [ -s "$FAULT_DIR/pid" ]; do sleep 0.01; done
+kill -s $FAULT_SIGNAL -- $FAULT_TARGET$q; wait $q; echo $?)";
 
 TEST_F(Faults, TerminationRequestsEndTheRunAndTheRunningCompile) {
   const struct {
-    int signal;
-    bool toGroup;
-  } cases[] = {{SIGTERM, false}, {SIGTERM, true}, {SIGINT, true}, {SIGQUIT, true}, {SIGHUP, false}};
+    const char *signal, *target, *number;
+  } cases[] = {{"TERM", "", "15"}, {"TERM", "-", "15"}, {"INT", "-", "2"}, {"QUIT", "-", "3"}, {"HUP", "", "1"}};
   for (const auto &c : cases) {
-    SCOPED_TRACE(std::to_string(c.signal) + (c.toGroup ? " to the group" : " to quillc"));
+    SCOPED_TRACE(std::string(c.target) + c.signal);
     fs::remove(m_Dir / "pid");
-    int status = signal_during_compile(m_Dir.path(), env({"FAULT_SLEEP=20"}), c.signal, c.toGroup);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+    RunResult r = viaShell(kSignalDuringCompile, {"FAULT_SLEEP=20", std::string("FAULT_SIGNAL=") + c.signal,
+                                                  std::string("FAULT_TARGET=") + c.target});
+    EXPECT_EQ(r.out, "1\n");
     const std::string err = read_file(m_Dir / "err");
-    EXPECT_EQ(err, "=F:[Term] \nCorvane has termed due to receive a signal " + std::to_string(c.signal) + ".\n");
+    EXPECT_EQ(err, std::string("=F:[Term] \nCorvane has termed due to receive a signal ") + c.number + ".\n");
     const std::string out = after_banner(read_file(m_Dir / "out"));
     EXPECT_TRUE(out.starts_with("Generate file 'a_create.cpp'\nStart wrapper generating...\ncd sc_module;gcc "));
     EXPECT_TRUE(out.ends_with(" -c  a_create.cpp\n") && std::count(out.begin(), out.end(), '\n') == 3) << out;
@@ -133,8 +103,8 @@ TEST_F(Faults, TerminationRequestsEndTheRunAndTheRunningCompile) {
 }
 
 TEST_F(Faults, InterruptToQuillcAloneWaitsForTheCommandAsSystemDoes) {
-  int status = signal_during_compile(m_Dir.path(), env({"FAULT_SLEEP=1"}), SIGINT, false);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+  RunResult r = viaShell(kSignalDuringCompile, {"FAULT_SLEEP=1", "FAULT_SIGNAL=INT", "FAULT_TARGET="});
+  EXPECT_EQ(r.out, "0\n");
   EXPECT_TRUE(read_file(m_Dir / "out").ends_with(kLastLine));
   // The compile ran with the default actions and nothing blocked.
   EXPECT_EQ(read_file(m_Dir / "signals"), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
