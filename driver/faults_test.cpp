@@ -15,8 +15,6 @@
 namespace fs = std::filesystem;
 using testsupport::read_file;
 using testsupport::RunResult;
-using testsupport::TempDir;
-using testsupport::write_file;
 
 namespace {
 
@@ -35,12 +33,11 @@ esac
 exit 0
 )";
 
-const std::string kBannerEnd = "START TIME       : ";
 const std::string kExport = "#include \"systemc.h\"\n#include \"a.cpp\"\nNCSC_MODULE_EXPORT(a);\n";
 const std::string kLastLine = "End generating SC library libcorvanesc.so.\n";
 
 std::string after_banner(const std::string &text) {
-  size_t start = text.find(kBannerEnd);
+  size_t start = text.find("START TIME       : ");
   return start == std::string::npos ? text : text.substr(text.find('\n', start) + 2);
 }
 
@@ -53,26 +50,21 @@ class Faults : public ::testing::Test {
 protected:
   Faults() {
     fs::create_directory(m_Dir / "bin");
-    write_file(m_Dir / "bin/gcc", kSleepingGcc, true);
+    testsupport::write_file(m_Dir / "bin/gcc", kSleepingGcc, true);
     fs::create_directory(m_Dir / "work");
   }
 
-  std::vector<std::string> env(std::vector<std::string> more = {}) const {
-    more.push_back(testsupport::path_with(m_Dir / "bin"));
-    more.push_back("FAULT_DIR=" + m_Dir.path().string());
-    return more;
-  }
-
   /// quillc through `sh -c <script>`, where "$@" is quillc and its arguments.
-  RunResult viaShell(const std::string &script, std::vector<std::string> extraEnv = {}) {
-    return testsupport::run({"/bin/sh", "-c", script, "sh", QUILLC_BIN, "-module", "a", "a.cpp"},
-                            work(), env(std::move(extraEnv)));
+  RunResult viaShell(const std::string &script, std::vector<std::string> env = {}) {
+    env.push_back(testsupport::path_with(m_Dir / "bin"));
+    env.push_back("FAULT_DIR=" + m_Dir.path().string());
+    return testsupport::run({"/bin/sh", "-c", script, "sh", QUILLC_BIN, "-module", "a", "a.cpp"}, work(), env);
   }
 
   fs::path work() const { return m_Dir / "work"; }
   std::string log() const { return read_file(work() / "quillc.log"); }
 
-  TempDir m_Dir;
+  testsupport::TempDir m_Dir;
 };
 
 // quillc in a session of its own; once its compile runs, $FAULT_SIGNAL goes
