@@ -1,11 +1,10 @@
 #include "driver/build.h"
 
+#include "driver/command.h"
 #include "driver/export.h"
 #include "driver/log.h"
 #include "driver/names.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -43,25 +42,6 @@ void plan_compiles(std::span<const SourceUnit> units, const std::string &compile
     link += '/';
     link += exportName.replace_extension(".o").native();
     link += ' ';
-  }
-}
-
-/// The kernel refuses to pass a single argument of this many bytes or more
-/// (terminator included), so `sh -c <command>` cannot start for it.
-constexpr size_t kLongestShellArgument = 128 * 1024;
-
-void run_shell_command(const std::string &command) {
-  if (command.size() + 1 < kLongestShellArgument) {
-    std::system(command.c_str());
-    return;
-  }
-  // A link over many sources can outgrow that limit; the shell then reads
-  // the command from a pipe instead, with the same expansion and the same
-  // console.
-  if (FILE *shell = ::popen("/bin/sh", "w")) {
-    std::fwrite(command.data(), 1, command.size(), shell);
-    std::fputc('\n', shell);
-    ::pclose(shell);
   }
 }
 

@@ -7,7 +7,9 @@
 /// and links the objects with the sources that have no modules.  Its plan
 /// is the ordered list of what it does; run_build_plan() carries it out.
 /// Exit statuses of the commands are deliberately not inspected, so every
-/// later action runs whatever happened before.
+/// later action runs whatever happened before; only a command ended by
+/// SIGINT or SIGQUIT (the user's Ctrl-C) ends the run, as if this process
+/// had received the signal.
 
 #include "driver/args.h"
 
@@ -38,8 +40,9 @@ BuildPlan plan_wrapper_generator(std::span<const SourceUnit> units, std::string_
 /// Builds libcorvanesc.so (-fPIC -shared -DSC_COSIM) in the current directory.
 BuildPlan plan_systemc_library(std::span<const SourceUnit> units, std::string_view extraOptionsText);
 
-/// Carries out \p plan in order.  Output is flushed before each command, as
-/// the command writes straight to the same descriptors.  A directory that
+/// Carries out \p plan in order, each command through run_shell_command().
+/// Output is flushed before each command, as the command writes straight to
+/// the same descriptors.  A directory that
 /// cannot be created ends the process (the exception is not caught).
 void run_build_plan(const BuildPlan &plan);
 

@@ -3,6 +3,7 @@
 #include "driver/log.h"
 #include "driver/names.h"
 
+#include <csignal>
 #include <cstdio>
 
 namespace fs = std::filesystem;
@@ -45,13 +46,20 @@ void generate_export_sources(std::span<const SourceUnit> units) {
 
     // Only the build directory itself is created: a source named with a
     // directory part lands in a matching subdirectory only if it exists.
-    FILE *file = std::fopen((buildDir / exportName).c_str(), "w");
-    if (!file)
-      continue;
-    write_line(file, "#include \"systemc.h\"");
-    write_line(file, "#include \"", unit.source, "\"");
-    for (std::string_view module : unit.modules)
-      write_line(file, "NCSC_MODULE_EXPORT(", module, ");");
-    std::fclose(file);
+    // A termination request waits until the file is whole: the next run
+    // must not compile half a source.
+    sigset_t requests, previous;
+    sigemptyset(&requests);
+    for (int s : {SIGTERM, SIGHUP, SIGINT, SIGQUIT})
+      sigaddset(&requests, s);
+    ::sigprocmask(SIG_BLOCK, &requests, &previous);
+    if (FILE *file = std::fopen((buildDir / exportName).c_str(), "w")) {
+      write_line(file, "#include \"systemc.h\"");
+      write_line(file, "#include \"", unit.source, "\"");
+      for (std::string_view module : unit.modules)
+        write_line(file, "NCSC_MODULE_EXPORT(", module, ");");
+      std::fclose(file);
+    }
+    ::sigprocmask(SIG_SETMASK, &previous, nullptr);
   }
 }

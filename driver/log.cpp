@@ -3,6 +3,7 @@
 #include "driver/streams.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +12,30 @@
 namespace {
 
 void close_at_exit();
+
+/// Ignores SIGPIPE and SIGXFSZ while it lives.  A log whose compressor is
+/// gone or never started, or that meets a full disk or a file-size limit,
+/// then only sees write errors, which the log does not check, instead of
+/// ending the process.  Only around the log's own writes: the commands a
+/// tool runs keep the default actions.
+class QuietWrites {
+public:
+  QuietWrites() {
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, &ignore, &m_Pipe);
+    ::sigaction(SIGXFSZ, &ignore, &m_FileSize);
+  }
+  ~QuietWrites() {
+    ::sigaction(SIGPIPE, &m_Pipe, nullptr);
+    ::sigaction(SIGXFSZ, &m_FileSize, nullptr);
+  }
+  QuietWrites(const QuietWrites &) = delete;
+  QuietWrites &operator=(const QuietWrites &) = delete;
+
+private:
+  struct sigaction m_Pipe, m_FileSize;
+};
 
 /// The one log of the process.  Made on first use and never destroyed, so
 /// that anything may print at any time, during exit too.  The file is
@@ -27,6 +52,7 @@ public:
     }
     if (!m_ExitHookRegistered)
       m_ExitHookRegistered = std::atexit(close_at_exit) == 0;
+    QuietWrites quiet;
     std::fwrite(m_Pending.data(), 1, m_Pending.size(), m_File);
     m_Pending.clear();
     m_Pending.shrink_to_fit();
@@ -34,13 +60,16 @@ public:
   }
 
   void close() {
-    if (m_File)
+    if (m_File) {
+      QuietWrites quiet;
       close_stream(m_File);
+    }
     m_File = nullptr;
   }
 
   void vprint(const char *format, va_list args) {
     if (m_File) {
+      QuietWrites quiet;
       std::vfprintf(m_File, format, args);
       return;
     }
@@ -69,15 +98,18 @@ public:
   }
 
   void write(const char *bytes, size_t length) {
-    if (m_File)
+    if (m_File) {
+      QuietWrites quiet;
       std::fwrite(bytes, 1, length, m_File);
-    else
+    } else
       m_Pending.append(bytes, length);
   }
 
   void flush() {
-    if (m_File)
+    if (m_File) {
+      QuietWrites quiet;
       std::fflush(m_File);
+    }
   }
 
   /// Closes the file and gives back the scratch block; text still pending

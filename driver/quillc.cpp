@@ -2,11 +2,41 @@
 
 #include "driver/args.h"
 #include "driver/build.h"
+#include "driver/command.h"
 #include "driver/export.h"
 #include "driver/log.h"
 #include "util/AppInfo.h"
+#include "util/roster.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+/// Opens /dev/null on whichever of descriptors 0 to 2 is closed, lowest
+/// first, so that no file we open later takes the place of a standard
+/// stream (a log on descriptor 1 would receive every console line twice).
+void open_standard_descriptors() {
+  for (int fd = 0; fd <= 2; ++fd) {
+    if (::fcntl(fd, F_GETFD) != -1 || errno != EBADF)
+      continue;
+    // The lowest free descriptor is this one, as those below it are open.
+    if (::open("/dev/null", fd == 0 ? O_RDONLY : O_WRONLY) != fd)
+      ::_exit(1);
+  }
+}
+
+} // namespace
 
 int quillc_main(int argc, char **argv) {
+  open_standard_descriptors();
+  // The roster's crash handler makes a fatal signal end the run with its
+  // report and everything flushed; the command terminator, told first,
+  // takes the running command with it.
+  ErrorRoster::Get();
+  register_command_terminator();
+
   // A log that cannot be opened is reported and the run goes on; its text
   // then stays in memory.
   open_log_file("quillc.log");
