@@ -11,18 +11,19 @@ cmake --install "$build" --prefix "$scratch/prefix" --component dev >/dev/null
 # The consumer is built as its parent was: the same compiler and, for a
 # sanitizer build, the sanitizers' run-time that the library calls into.
 cached() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
-flags=()
+compiler=$(cached CMAKE_CXX_COMPILER)
+sanitize=""
 if [[ $(cached QUILLC_SANITIZE) =~ ^(ON|1|TRUE|YES)$ ]]; then
-  flags=(-DCMAKE_CXX_FLAGS="-fsanitize=address,undefined -fno-sanitize-recover=all")
+  sanitize="-fsanitize=address,undefined -fno-sanitize-recover=all"
 fi
 cmake -S "$source" -B "$scratch/build" -G Ninja -DCMAKE_PREFIX_PATH="$scratch/prefix" \
-  -DCMAKE_CXX_COMPILER="$(cached CMAKE_CXX_COMPILER)" "${flags[@]}" >/dev/null
+  -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$sanitize" >/dev/null
 cmake --build "$scratch/build" >/dev/null
 # The .pc file finds its prefix relative to itself: the prefix moves.
 mv "$scratch/prefix" "$scratch/moved"
 export PKG_CONFIG_PATH="$scratch/moved/lib/pkgconfig"
 # shellcheck disable=SC2046
-g++ -std=c++20 "$source/main.cpp" -o "$scratch/pc-consumer" $(pkg-config --cflags --libs corvane-support)
+"$compiler" -std=c++20 $sanitize "$source/main.cpp" -o "$scratch/pc-consumer" $(pkg-config --cflags --libs corvane-support)
 expected='=W:[Demo] "a\tb"'
 for consumer in "$scratch/build/consumer" "$scratch/pc-consumer"; do
   out=$("$consumer")
