@@ -2,11 +2,6 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 namespace {
 
 struct Parsed {
@@ -18,7 +13,7 @@ struct Parsed {
 /// Parses in a child, where the reports go to the session log as well.
 Parsed parse(std::vector<std::string> args) {
   args.insert(args.begin(), "quillc");
-  auto result = testsupport::run_in_child([&] {
+  auto result = run_in_child([&] {
     std::vector<char *> argv;
     for (std::string &a : args)
       argv.push_back(a.data());

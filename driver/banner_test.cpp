@@ -4,18 +4,8 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
 #include <ctime>
-#include <filesystem>
 #include <regex>
-#include <string>
-#include <vector>
-
-namespace fs = std::filesystem;
-using testsupport::read_file;
-using testsupport::run;
-using testsupport::TempDir;
 
 namespace {
 
@@ -42,7 +32,7 @@ TEST(Banner, ShowsTheHostFactsLineByLine) {
   for (const auto &env : environments) {
     TempDir dir;
     const time_t before = std::time(nullptr);
-    const testsupport::RunResult result = run({QUILLC_BIN}, dir.path(), env.settings);
+    const RunResult result = run({QUILLC_BIN}, dir.path(), env.settings);
     const time_t after = std::time(nullptr);
     ASSERT_EQ(result.status, 1) << result.err;
     // The log holds the same bytes, followed by the error that ended the run.
@@ -86,7 +76,7 @@ TEST(BannerSuppression, OnlyExactVersionAndOptionWords) {
     TempDir dir;
     std::vector<std::string> argv{QUILLC_BIN};
     argv.insert(argv.end(), args.begin(), args.end());
-    const testsupport::RunResult result = run(argv, dir.path());
+    const RunResult result = run(argv, dir.path());
     SCOPED_TRACE(args[0] + " " + args[1]);
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out.substr(0, banner ? kNotice.size() : std::string::npos), banner ? kNotice : "");

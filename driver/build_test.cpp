@@ -3,11 +3,6 @@
 #include "driver/log.h"
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 namespace {
 
 const std::string kPrefix = "gcc -std=c++2a -D NDEBUG -Wall -O2 -I${SYSTEMC_PATH}/include "
@@ -63,11 +58,11 @@ TEST(BuildPlan, BothStepsCommandByCommand) {
 }
 
 TEST(BuildPlan, TheRunnerEchoesFlushesAndRunsInOrder) {
-  testsupport::TempDir dir;
+  TempDir dir;
   // Longer than the kernel passes as one argument: the shell reads it from
   // a pipe instead.
   const std::string longCommand = ": " + std::string(200000, 'x') + "; echo long";
-  auto result = testsupport::run_in_child(
+  auto result = run_in_child(
       [&] {
         open_log_file("run.log");
         run_build_plan({{BuildAction::kEcho, "begin %d\n"},
@@ -82,7 +77,7 @@ TEST(BuildPlan, TheRunnerEchoesFlushesAndRunsInOrder) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out, echoed + "in b\nsilent\nlong\nend\n");
   EXPECT_EQ(result.err, "oops\n");
-  EXPECT_EQ(testsupport::read_file(dir / "run.log"), echoed + "end\n");
+  EXPECT_EQ(read_file(dir / "run.log"), echoed + "end\n");
 }
 
 } // namespace

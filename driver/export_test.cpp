@@ -2,14 +2,6 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-
-namespace fs = std::filesystem;
-using testsupport::read_file;
-
 namespace {
 
 TEST(ExportName, FollowsPathSemantics) {
@@ -27,13 +19,13 @@ TEST(ExportName, FollowsPathSemantics) {
 }
 
 TEST(ExportSources, WrittenBesideTheirPathOnlyWithModules) {
-  testsupport::TempDir work, elsewhere;
+  TempDir work, elsewhere;
   fs::create_directories(work / "sc_module/rtl");
   const std::string absolute = (elsewhere / "top.cpp").string();
   const std::vector<std::string_view> ab = {"a", "b"}, m = {"m"}, none;
   const SourceUnit units[] = {{"x.cpp", ab}, {"glue.cpp", none}, {"rtl/top.cc", m},
                               {absolute, m}, {"sub/missing.cpp", m}};
-  auto result = testsupport::run_in_child([&] { generate_export_sources(units); }, work.path());
+  auto result = run_in_child([&] { generate_export_sources(units); }, work.path());
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out, "Generate file 'x_create.cpp'\nGenerate file 'rtl/top_create.cpp'\n"
                         "Generate file '" + (elsewhere / "top_create.cpp").string() +

@@ -6,15 +6,7 @@
 #include "testsupport/testsupport.h"
 #include "util/crash.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-
-namespace fs = std::filesystem;
-using testsupport::read_file;
-using testsupport::RunResult;
 
 namespace {
 
@@ -50,21 +42,21 @@ class Faults : public ::testing::Test {
 protected:
   Faults() {
     fs::create_directory(m_Dir / "bin");
-    testsupport::write_file(m_Dir / "bin/gcc", kSleepingGcc, true);
+    write_file(m_Dir / "bin/gcc", kSleepingGcc, true);
     fs::create_directory(m_Dir / "work");
   }
 
   /// quillc through `sh -c <script>`, where "$@" is quillc and its arguments.
   RunResult viaShell(const std::string &script, std::vector<std::string> env = {}) {
-    env.push_back(testsupport::path_with(m_Dir / "bin"));
+    env.push_back(path_with(m_Dir / "bin"));
     env.push_back("FAULT_DIR=" + m_Dir.path().string());
-    return testsupport::run({"/bin/sh", "-c", script, "sh", QUILLC_BIN, "-module", "a", "a.cpp"}, work(), env);
+    return run({"/bin/sh", "-c", script, "sh", QUILLC_BIN, "-module", "a", "a.cpp"}, work(), env);
   }
 
   fs::path work() const { return m_Dir / "work"; }
   std::string log() const { return read_file(work() / "quillc.log"); }
 
-  testsupport::TempDir m_Dir;
+  TempDir m_Dir;
 };
 
 // quillc in a session of its own; once its compile runs, $FAULT_SIGNAL goes
@@ -143,7 +135,7 @@ TEST_F(Faults, ALogAtItsFileSizeLimitEndsShortAndTheRunGoesOn) {
 }
 
 TEST_F(Faults, ACompressedLogWhoseCompressorIsMissingCostsOnlyTheLog) {
-  RunResult r = testsupport::run_in_child(
+  RunResult r = run_in_child(
       [&] {
         ::setenv("PATH", (m_Dir / "work").c_str(), 1);
         // More than a pipe holds, so that writing must meet the closed end.

@@ -5,19 +5,6 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <string>
-#include <unistd.h>
-
-namespace fs = std::filesystem;
-using testsupport::read_file;
-using testsupport::run_in_child;
-using testsupport::RunResult;
-using testsupport::TempDir;
-
 namespace {
 
 TEST(SessionLog, TextBeforeTheOpenStandsFirstInTheFile) {

@@ -7,18 +7,6 @@
 #include "testsupport/testsupport.h"
 #include "util/strings.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
-
-namespace fs = std::filesystem;
-using testsupport::read_file;
-using testsupport::RunResult;
-using testsupport::TempDir;
-using testsupport::write_file;
-
 namespace {
 
 // Records every call as "<cwd>|<args>", makes the wrapper generator a
@@ -51,12 +39,12 @@ protected:
 
   RunResult quillc(std::vector<std::string> args, std::vector<std::string> env = {}) {
     args.insert(args.begin(), QUILLC_BIN);
-    env.push_back(testsupport::path_with(m_Bin / "fake"));
+    env.push_back(path_with(m_Bin / "fake"));
     env.push_back("QUILLC_TEST_RECORD=" + record().string());
     env.push_back("SYSTEMC_PATH=/opt/sc");
     env.push_back("QUILLC_PATH=/opt/quillc");
     env.push_back("TARN_HOME=/opt/tarn");
-    return testsupport::run(args, m_Work.path(), env);
+    return run(args, m_Work.path(), env);
   }
 
   fs::path record() const { return m_Bin / "calls"; }

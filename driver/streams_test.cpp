@@ -2,13 +2,6 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-using testsupport::read_file;
-using testsupport::TempDir;
-
 namespace {
 
 void write_all(const std::string &name, const char *mode, const std::string &text) {
@@ -47,7 +40,7 @@ TEST(Streams, EachCompressorWritesItsRealFormatAndReadsItBack) {
     write_all(name, "w", payload);
     const std::string raw = read_file(name);
     EXPECT_TRUE(raw.starts_with(c.magic) && raw.size() < payload.size()) << name;
-    auto decoded = testsupport::run({"sh", "-c", std::string(c.tool) + " -d <" + name}, dir.path());
+    auto decoded = run({"sh", "-c", std::string(c.tool) + " -d <" + name}, dir.path());
     EXPECT_EQ(decoded.out, payload) << name;
     EXPECT_EQ(read_through(name), payload) << name;
     // A missing plain name finds its compressed twin.

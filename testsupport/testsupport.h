@@ -4,12 +4,18 @@
 /// \file
 /// What the tests share: scratch directories, files, and running a real
 /// program with its standard output, standard error and exit status kept
-/// apart.
+/// apart.  It is every test file's prelude, so it also brings GoogleTest,
+/// the standard headers that most tests use, and its own names into scope.
 
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace testsupport {
@@ -56,5 +62,8 @@ void write_file(const std::filesystem::path &path, std::string_view content, boo
 std::string path_with(const std::filesystem::path &dir);
 
 } // namespace testsupport
+
+namespace fs = std::filesystem;
+using namespace testsupport;
 
 #endif

@@ -2,12 +2,7 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <functional>
 #include <regex>
-#include <string>
 
 namespace ad = appinfo_detail;
 
@@ -30,10 +25,10 @@ std::string eight_cpus() {
 
 /// Host files made up for one test, each in a file of its own.
 struct Files {
-  testsupport::TempDir m_Dir;
+  TempDir m_Dir;
   int m_Count = 0;
   std::string operator()(const std::string &content) {
-    testsupport::write_file(m_Dir / std::to_string(++m_Count), content);
+    write_file(m_Dir / std::to_string(++m_Count), content);
     return (m_Dir / std::to_string(m_Count)).string();
   }
 };
@@ -132,7 +127,7 @@ TEST(HostFiles, LoadMemoryClockAndCommandOutput) {
 // a tool name of no title, which the title table then holds, and the
 // end-time line.
 TEST(Banner, UnknownToolGetsEmptyTitleLine) {
-  auto result = testsupport::run_in_child([] {
+  auto result = run_in_child([] {
     print_start_banner("no_such_tool");
     print_end_time();
     std::printf("[%s][%s]", tool_title_table().at("no_such_tool").c_str(),

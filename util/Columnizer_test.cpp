@@ -1,10 +1,8 @@
 #include "util/Columnizer.h"
 
-#include <gtest/gtest.h>
+#include "testsupport/testsupport.h"
 
 #include <climits>
-#include <string>
-#include <vector>
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "util/Counted.h"
 
-#include <gtest/gtest.h>
+#include "testsupport/testsupport.h"
 
 namespace {
 

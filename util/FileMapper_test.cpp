@@ -2,13 +2,6 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-using testsupport::TempDir;
-using testsupport::write_file;
-
 namespace {
 
 struct Position {
@@ -81,7 +74,7 @@ TEST(FileMapper, UnreadablePathsGiveLineZero) {
 TEST(FileMapper, CompressedSourceGivesSamePositions) {
   TempDir dir;
   write_file(dir / "c.v", "module m;\n  wire w;\nendmodule\n");
-  ASSERT_EQ(testsupport::run({"gzip", "-k", "c.v"}, dir.path()).status, 0);
+  ASSERT_EQ(run({"gzip", "-k", "c.v"}, dir.path()).status, 0);
   FileMapper plain((dir / "c.v").string(), 0);
   FileMapper packed((dir / "c.v.gz").string(), 0);
   for (uint64_t offset = 0; offset < 31; ++offset)

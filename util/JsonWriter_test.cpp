@@ -1,9 +1,8 @@
 #include "util/JsonWriter.h"
 
-#include <gtest/gtest.h>
+#include "testsupport/testsupport.h"
 
 #include <cmath>
-#include <string>
 
 namespace {
 

@@ -3,10 +3,6 @@
 #include "util/FileMapper.h"
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 namespace {
 
 std::string hexOf(const std::string &bytes) {
@@ -113,7 +109,7 @@ TEST(LocStream, ReferencesIntoOpenBodies) {
     std::string expected = c.lines[0] + "\n";
     for (uint32_t i = 1; i < kMaxLocatorDepth; ++i)
       expected += c.lines[1 + (i - 1) % (c.lines.size() - 1)] + "\n";
-    EXPECT_EQ(testsupport::run_in_child([&] {
+    EXPECT_EQ(run_in_child([&] {
                 TopLocator::global().addEntry(0, locator, 2);
                 printTrace(0);
               }).out,

@@ -5,16 +5,7 @@
 #include "util/roster.h"
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <filesystem>
-#include <string>
-#include <vector>
-
-using testsupport::run_in_child;
-using testsupport::TempDir;
-using testsupport::write_file;
 
 namespace {
 
@@ -258,7 +249,7 @@ TEST(Location, FailedChecksNameFileLineAndFunction) {
        "serializer implementation.\"' failed.\n"},
   };
   for (const auto &c : cases) {
-    testsupport::RunResult result = run_in_child(c.body);
+    RunResult result = run_in_child(c.body);
     EXPECT_EQ(result.status, 128 + SIGABRT);
     EXPECT_NE(result.err.find(c.expected), std::string::npos) << result.err;
   }

@@ -4,15 +4,8 @@
 #include "util/LocStream.h"
 #include "util/strings.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
 #include <pty.h>
 #include <termios.h>
-#include <unistd.h>
-
-using testsupport::run_in_child;
-using testsupport::RunResult;
 
 namespace {
 

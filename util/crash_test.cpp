@@ -4,17 +4,8 @@
 #include "testsupport/testsupport.h"
 #include "util/roster.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <cstdio>
-#include <string>
 #include <sys/resource.h>
-#include <unistd.h>
-
-using testsupport::read_file;
-using testsupport::run_in_child;
-using testsupport::TempDir;
 
 namespace {
 
@@ -39,7 +30,7 @@ struct Both : CrashOnly {
 /// and some text still buffered for standard output and the log; then
 /// \p trigger.  Returns the child's result with the log's text in \c out
 /// after a "|".
-testsupport::RunResult RunChain(const std::function<void()> &trigger) {
+RunResult RunChain(const std::function<void()> &trigger) {
   TempDir dir;
   auto result = run_in_child(
       [&] {

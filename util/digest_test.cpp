@@ -2,14 +2,10 @@
 
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 namespace {
 
 TEST(Digest, StringsAndFilesOfKnownDigest) {
-  testsupport::TempDir dir;
+  TempDir dir;
   // 5000 bytes: more than one 4096-byte chunk.
   std::string longText;
   for (int i = 0; i < 500; ++i)
@@ -23,7 +19,7 @@ TEST(Digest, StringsAndFilesOfKnownDigest) {
   };
   for (const auto &c : cases) {
     EXPECT_EQ(sha256Hex(c.text), c.hex);
-    testsupport::write_file(dir / "f", c.text);
+    write_file(dir / "f", c.text);
     std::string hex;
     ASSERT_TRUE(sha256FileHex((dir / "f").string(), hex));
     EXPECT_EQ(hex, c.hex);

@@ -3,12 +3,6 @@
 #include "testsupport/testsupport.h"
 #include "util/roster.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-
-using testsupport::run_in_child;
-
 namespace {
 
 /// A known environment, in a child.

@@ -3,15 +3,8 @@
 #include "testsupport/testsupport.h"
 #include "util/env.h"
 
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
 #include <utime.h>
-
-using testsupport::read_file;
-using testsupport::run_in_child;
-using testsupport::TempDir;
-using testsupport::write_file;
 
 namespace {
 

@@ -4,12 +4,6 @@
 #include "util/cmdline.h"
 #include "util/strings.h"
 
-#include <gtest/gtest.h>
-
-using testsupport::run_in_child;
-using testsupport::TempDir;
-using testsupport::write_file;
-
 namespace {
 
 TEST(ReadManifest, Tokens) {

@@ -3,16 +3,7 @@
 #include "driver/log.h"
 #include "testsupport/testsupport.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <string>
 #include <utility>
-#include <vector>
-
-using testsupport::read_file;
-using testsupport::run_in_child;
-using testsupport::TempDir;
 
 // Tests that print, count or crash run in a forked child (run_in_child), so
 // the process-wide roster starts pristine there and this process's stays

@@ -1,10 +1,8 @@
 #include "util/strings.h"
 
-#include <gtest/gtest.h>
+#include "testsupport/testsupport.h"
 
 #include <limits>
-#include <string>
-#include <vector>
 
 namespace {
 

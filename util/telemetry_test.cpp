@@ -4,19 +4,8 @@
 #include "util/AppInfo.h"
 #include "util/roster.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <regex>
-#include <string>
-#include <unistd.h>
-
-using testsupport::run_in_child;
-using testsupport::TempDir;
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -34,7 +23,7 @@ std::string RunWithTelemetry(const std::function<void()> &body) {
   });
   EXPECT_EQ(child.status, 0);
   const std::string pid = child.err.substr(0, child.err.find('\n'));
-  const std::string records = testsupport::read_file(dir / ("run42_" + pid + ".tel"));
+  const std::string records = read_file(dir / ("run42_" + pid + ".tel"));
   return std::regex_replace(
       std::regex_replace(records, std::regex(R"("sample_time":"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z")"),
                          R"("sample_time":"<T>")"),
