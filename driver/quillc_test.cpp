@@ -1,61 +1,89 @@
 // The quillc binary run for real in a scratch work directory, against a
-// recording compiler that stands first on PATH: what belongs to the binary
-// (exit statuses, the log mirroring the console, the commands the shell
-// really ran, in order and with the variables expanded).  The exact command
+// fake compiler that stands first on PATH: what belongs to the binary (exit
+// statuses, the log mirroring the console, the commands the shell really
+// ran, in order and with the variables expanded), and the binary under
+// hostile conditions (signals in the middle of a compile, closed standard
+// streams, a build directory that cannot be made, a log that meets a
+// file-size limit or a compressor that is missing).  The exact command
 // lines are the build plan's tests.
 
+#include "driver/log.h"
 #include "testsupport/testsupport.h"
+#include "util/crash.h"
 #include "util/strings.h"
+
+#include <algorithm>
 
 namespace {
 
-// Records every call as "<cwd>|<args>", makes the wrapper generator a
-// program that records its own run, and fails on request.
-const char kRecordingGcc[] = R"(#!/bin/sh
-printf '%s|%s\n' "${PWD##*/}" "$*" >> "$QUILLC_TEST_RECORD"
-case "$QUILLC_TEST_FAIL: $* " in ?*:*" $QUILLC_TEST_FAIL "*) echo "fake gcc: error in $QUILLC_TEST_FAIL" >&2; exit 1;; esac
+// Records every call as "<cwd>|<args>" in $CALLS and fails on
+// request.  A compile also records its process id and its signal state
+// in $TEST_DIR, and becomes a sleep of $FAKE_SLEEP seconds when asked; the
+// wrapper generator it links records its own run.
+const char kFakeGcc[] = R"(#!/bin/sh
+printf '%s|%s\n' "${PWD##*/}" "$*" >> "$CALLS"
+case " $* " in *" -c "*)
+  grep -E '^Sig(Blk|Ign)' /proc/self/status > "$TEST_DIR/signals"
+  echo $$ > "$TEST_DIR/pid.tmp" && mv "$TEST_DIR/pid.tmp" "$TEST_DIR/pid"
+  [ -n "$FAKE_SLEEP" ] && exec sleep "$FAKE_SLEEP";;
+esac
+case "$FAKE_FAIL: $* " in ?*:*" $FAKE_FAIL "*) echo "fake gcc: error in $FAKE_FAIL" >&2; exit 1;; esac
 case " $* " in *" -o sc_module/wrapper_generator "*)
-  printf '#!/bin/sh\necho "wrapper_generator ran in ${PWD##*/}" >> "$QUILLC_TEST_RECORD"\n' > sc_module/wrapper_generator
+  printf '#!/bin/sh\necho "wrapper_generator ran in ${PWD##*/}" >> "$CALLS"\n' > sc_module/wrapper_generator
   chmod +x sc_module/wrapper_generator;;
 esac
+exit 0
 )";
+
+const std::string kExport = "#include \"systemc.h\"\n#include \"a.cpp\"\nNCSC_MODULE_EXPORT(a);\n";
+const std::string kLastLine = "End generating SC library libcorvanesc.so.\n";
 
 /// Drops the host banner (everything through "START TIME ..." and the blank
 /// line after it), which has tests of its own.
 std::string after_banner(const std::string &text) {
   size_t start = text.find("START TIME       : ");
-  if (start == std::string::npos)
-    return text;
-  size_t end = text.find('\n', start);
-  return text.substr(end + 2);
+  return start == std::string::npos ? text : text.substr(text.find('\n', start) + 2);
+}
+
+bool running(pid_t pid) {
+  std::string stat = read_file("/proc/" + std::to_string(pid) + "/stat");
+  return !stat.empty() && stat.substr(stat.rfind(')') + 2, 1) != "Z";
 }
 
 class QuillcRun : public ::testing::Test {
 protected:
   QuillcRun() {
-    fs::create_directory(m_Bin.path() / "fake");
-    write_file(m_Bin / "fake/gcc", kRecordingGcc, true);
+    fs::create_directory(m_Dir / "bin");
+    write_file(m_Dir / "bin/gcc", kFakeGcc, true);
+    fs::create_directory(work());
   }
 
   RunResult quillc(std::vector<std::string> args, std::vector<std::string> env = {}) {
     args.insert(args.begin(), QUILLC_BIN);
-    env.push_back(path_with(m_Bin / "fake"));
-    env.push_back("QUILLC_TEST_RECORD=" + record().string());
-    env.push_back("SYSTEMC_PATH=/opt/sc");
-    env.push_back("QUILLC_PATH=/opt/quillc");
-    env.push_back("TARN_HOME=/opt/tarn");
-    return run(args, m_Work.path(), env);
+    return launch(args, env);
   }
 
-  fs::path record() const { return m_Bin / "calls"; }
+  /// quillc through `sh -c <script>`, where "$@" is quillc -module a a.cpp.
+  RunResult viaShell(const std::string &script, std::vector<std::string> env = {}) {
+    return launch({"/bin/sh", "-c", script, "sh", QUILLC_BIN, "-module", "a", "a.cpp"}, env);
+  }
+
+  RunResult launch(const std::vector<std::string> &argv, std::vector<std::string> env) {
+    env.insert(env.begin(), {path_with(m_Dir / "bin"), "TEST_DIR=" + m_Dir.path().string(),
+                             "CALLS=" + (m_Dir / "calls").string(), "SYSTEMC_PATH=/opt/sc",
+                             "QUILLC_PATH=/opt/quillc", "TARN_HOME=/opt/tarn"});
+    return run(argv, work(), env);
+  }
+
+  fs::path work() const { return m_Dir / "work"; }
   std::vector<std::string> calls() const {
-    std::vector<std::string> lines = splitString(read_file(record()), '\n');
+    std::vector<std::string> lines = splitString(read_file(m_Dir / "calls"), '\n');
     lines.pop_back(); // after the last line feed
     return lines;
   }
-  std::string log() const { return read_file(m_Work / "quillc.log"); }
+  std::string log() const { return read_file(work() / "quillc.log"); }
 
-  TempDir m_Work, m_Bin;
+  TempDir m_Dir;
 };
 
 TEST_F(QuillcRun, TheShellRunsEveryCommandInOrderWithVariablesExpanded) {
@@ -65,41 +93,40 @@ TEST_F(QuillcRun, TheShellRunsEveryCommandInOrderWithVariablesExpanded) {
   const std::string out = after_banner(r.out);
   EXPECT_TRUE(out.starts_with("Generate file 'x_create.cpp'\nGenerate file 'y_create.cpp'\n"
                               "Start wrapper generating...\n")) << out;
-  EXPECT_TRUE(out.ends_with("End generating SC library libcorvanesc.so.\n")) << out;
+  EXPECT_TRUE(out.ends_with(kLastLine)) << out;
   // The log holds the error line where it was issued, before any step.
   EXPECT_EQ(log(), r.out.substr(0, r.out.size() - out.size()) + r.err + out);
 
   const std::string cflags = "-std=c++2a -D NDEBUG -Wall -O2 -I/opt/sc/include "
                              "-I/opt/quillc/include -I/opt/tarn/include -I. ";
   const std::string tail = "-lstdc++ -lm -pthread /opt/sc/lib64/libsystemc.a ";
-  const std::string work = m_Work.path().filename().string();
   const std::vector<std::string> expected = {
       "sc_module|" + cflags + "-DSC_WRAPPER -I.. -c x_create.cpp",
       "sc_module|" + cflags + "-DSC_WRAPPER -I.. -c y_create.cpp",
-      work + "|" + cflags +
+      "work|" + cflags +
           "-DSC_WRAPPER sc_module/x_create.o glue.cpp sc_module/y_create.o "
           "/opt/quillc/lib/libwrapper_generator.a -o sc_module/wrapper_generator " + tail +
           "/opt/quillc/lib/libwrapper_generator.a",
-      "wrapper_generator ran in " + work,
+      "wrapper_generator ran in work",
       "sc_module|" + cflags + "-fPIC -shared -DSC_COSIM -I.. -c x_create.cpp",
       "sc_module|" + cflags + "-fPIC -shared -DSC_COSIM -I.. -c y_create.cpp",
-      work + "|" + cflags +
+      "work|" + cflags +
           "-fPIC -shared -DSC_COSIM /opt/quillc/include/startup.cpp sc_module/x_create.o glue.cpp "
           "sc_module/y_create.o -o libcorvanesc.so " + tail + "/opt/quillc/lib/libsccosim.a",
   };
   EXPECT_EQ(calls(), expected);
-  EXPECT_EQ(read_file(m_Work / "sc_module/x_create.cpp"),
+  EXPECT_EQ(read_file(work() / "sc_module/x_create.cpp"),
             "#include \"systemc.h\"\n#include \"x.cpp\"\n"
             "NCSC_MODULE_EXPORT(a);\nNCSC_MODULE_EXPORT(b);\n");
 }
 
 TEST_F(QuillcRun, AFailedCompileStopsNothing) {
   RunResult r = quillc({"-module", "a", "x.cpp", "-module", "b", "y.cpp"},
-                       {"QUILLC_TEST_FAIL=x_create.cpp"});
+                       {"FAKE_FAIL=x_create.cpp"});
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.err, "fake gcc: error in x_create.cpp\nfake gcc: error in x_create.cpp\n");
   EXPECT_EQ(calls().size(), 7u);
-  EXPECT_TRUE(r.out.ends_with("End generating SC library libcorvanesc.so.\n"));
+  EXPECT_TRUE(r.out.ends_with(kLastLine));
 }
 
 TEST_F(QuillcRun, WrongArgumentsEndTheRunWithStatusOne) {
@@ -108,19 +135,112 @@ TEST_F(QuillcRun, WrongArgumentsEndTheRunWithStatusOne) {
     RunResult r = quillc(args);
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(after_banner(r.out), "") << "no step runs";
-    EXPECT_FALSE(fs::exists(m_Work / "sc_module"));
-    EXPECT_FALSE(fs::exists(record()));
+    EXPECT_FALSE(fs::exists(work() / "sc_module"));
+    EXPECT_FALSE(fs::exists(m_Dir / "calls"));
     EXPECT_TRUE(r.err.ends_with("\n") && log().ends_with(r.err)) << r.err;
   }
 }
 
 TEST_F(QuillcRun, UnopenableLogIsReportedOnceAndTheRunGoesOn) {
-  fs::create_directory(m_Work / "quillc.log");
+  fs::create_directory(work() / "quillc.log");
   RunResult r = quillc({"-module", "top", "top.cpp"});
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.err, "Can't open log file 'quillc.log': Is a directory\n");
   EXPECT_TRUE(after_banner(r.out).starts_with("Generate file 'top_create.cpp'\n"));
   EXPECT_EQ(calls().size(), 5u);
+}
+
+// quillc in a session of its own; once its compile runs, $SIGNAL goes
+// to quillc ($TARGET empty) or its group ("-", as Ctrl-C does).
+const char kSignalDuringCompile[] = R"(setsid "$@" >../out 2>../err & q=$!
+until [ -s "$TEST_DIR/pid" ]; do sleep 0.01; done
+kill -s $SIGNAL -- $TARGET$q; wait $q; echo $?)";
+
+TEST_F(QuillcRun, TerminationRequestsEndTheRunAndTheRunningCompile) {
+  const struct {
+    const char *signal, *target, *number;
+  } cases[] = {{"TERM", "", "15"}, {"TERM", "-", "15"}, {"INT", "-", "2"}, {"QUIT", "-", "3"}, {"HUP", "", "1"}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(std::string(c.target) + c.signal);
+    fs::remove(m_Dir / "pid");
+    RunResult r = viaShell(kSignalDuringCompile, {"FAKE_SLEEP=20", std::string("SIGNAL=") + c.signal,
+                                                  std::string("TARGET=") + c.target});
+    EXPECT_EQ(r.out, "1\n");
+    const std::string err = read_file(m_Dir / "err");
+    EXPECT_EQ(err, std::string("=F:[Term] \nCorvane has termed due to receive a signal ") + c.number + ".\n");
+    const std::string out = after_banner(read_file(m_Dir / "out"));
+    EXPECT_TRUE(out.starts_with("Generate file 'a_create.cpp'\nStart wrapper generating...\ncd sc_module;gcc "));
+    EXPECT_TRUE(out.ends_with(" -c  a_create.cpp\n") && std::count(out.begin(), out.end(), '\n') == 3) << out;
+    EXPECT_EQ(after_banner(log()), out + err);
+    EXPECT_FALSE(running(std::stoi(read_file(m_Dir / "pid")))) << "the compile was left running";
+    EXPECT_EQ(read_file(work() / "sc_module/a_create.cpp"), kExport);
+  }
+}
+
+TEST_F(QuillcRun, InterruptToQuillcAloneWaitsForTheCommandAsSystemDoes) {
+  RunResult r = viaShell(kSignalDuringCompile, {"FAKE_SLEEP=1", "SIGNAL=INT", "TARGET="});
+  EXPECT_EQ(r.out, "0\n");
+  EXPECT_TRUE(read_file(m_Dir / "out").ends_with(kLastLine));
+  // The compile ran with the default actions and nothing blocked.
+  EXPECT_EQ(read_file(m_Dir / "signals"), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
+}
+
+TEST_F(QuillcRun, ClosedStandardStreamsNeverReceiveTheLog) {
+  const RunResult plain = viaShell("exec \"$@\"", {"FAKE_FAIL=a_create.cpp"});
+  ASSERT_EQ(plain.err, "fake gcc: error in a_create.cpp\nfake gcc: error in a_create.cpp\n");
+  const std::string reference = after_banner(log());
+  ASSERT_TRUE(reference.ends_with(kLastLine));
+  for (const char *closing : {"<&-", ">&-", "2>&-"}) {
+    RunResult r = viaShell(std::string("exec \"$@\" ") + closing, {"FAKE_FAIL=a_create.cpp"});
+    EXPECT_EQ(r.status, 0) << closing;
+    EXPECT_EQ(after_banner(log()), reference) << closing;
+  }
+}
+
+TEST_F(QuillcRun, UncaughtDirectoryErrorsEndInTheCrashReportWithAllOutputFlushed) {
+  const std::string crash = std::string("=F:[Crash] ") + kCrashText;
+  const std::string generated = "Generate file 'a_create.cpp'\n";
+  const struct {
+    const char *script;
+    bool logged;
+  } cases[] = {{": > sc_module; exec \"$@\"", true},
+               {"ln -s gone sc_module; exec \"$@\"", true},
+               {"mkdir d; cd d; rmdir ../d; exec \"$@\"", false}};
+  for (const auto &c : cases) {
+    fs::remove_all(work() / "sc_module");
+    fs::remove(work() / "quillc.log");
+    RunResult r = viaShell(c.script);
+    EXPECT_EQ(r.status, 1) << c.script;
+    EXPECT_TRUE(r.out.ends_with(generated)) << c.script;
+    EXPECT_TRUE(r.err.ends_with(crash)) << r.err;
+    EXPECT_EQ(log().ends_with(generated + crash), c.logged) << c.script;
+  }
+}
+
+TEST_F(QuillcRun, ALogAtItsFileSizeLimitEndsShortAndTheRunGoesOn) {
+  // Standard output goes through a pipe to a shell without the limit.
+  RunResult r = viaShell("(ulimit -f 1; \"$@\"; echo \"status $?\" >&2) | cat", {"CALLS=/dev/null"});
+  EXPECT_EQ(r.err, "status 0\n");
+  EXPECT_TRUE(r.out.ends_with(kLastLine));
+  EXPECT_EQ(log(), r.out.substr(0, 512)) << "the shell counts the limit in 512-byte blocks";
+}
+
+TEST_F(QuillcRun, ACompressedLogWhoseCompressorIsMissingCostsOnlyTheLog) {
+  RunResult r = run_in_child(
+      [&] {
+        ::setenv("PATH", (m_Dir / "work").c_str(), 1);
+        // More than a pipe holds, so that writing must meet the closed end.
+        bool opened = open_log_file("x.log.gz");
+        for (int i = 0; i < 20000; ++i)
+          log_printf("line %d\n", i);
+        flush_all_output();
+        close_log_file();
+        std::printf("opened %d, survived\n", opened);
+      },
+      work());
+  EXPECT_EQ(r.status, 0);
+  EXPECT_TRUE(r.out.ends_with("line 19999\nopened 1, survived\n"));
+  EXPECT_EQ(read_file(work() / "x.log.gz"), "");
 }
 
 } // namespace
