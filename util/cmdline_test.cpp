@@ -167,45 +167,10 @@ void PrintToolHelp() {
   std::fflush(stdout);
 }
 
-/// The listing of PrintToolHelp(), marked up: ^ red bold, ` blue bold, ~
-/// reset.  Off a terminal the marks are simply absent.
+/// The listing of PrintToolHelp(), kept marked up in a data file: ^ red
+/// bold, ` blue bold, ~ reset.  Off a terminal the marks are simply absent.
 std::string ExpectedHelp(bool terminal) {
-  std::string expected = R"(
-Corvane tool usage: ^tool~ [`option(s)~] [`file(s)~]
-
-valid options:
-
-=============================== General options ===============================
-
-  ^-exclude-file-offsets~          Excludes the file offsets from the components when saved to the library
-  ^-help~                          Print summary of generally available command line options
-
-================================ Tool options =================================
-
-  ^-alpha~                         first
-  ^-incdir `dir~~                    searched for includes
-  ^-jobs `n~~                        parallel jobs
-  ^-lib `...~~                       a `library~ name
-  ^-out `file~~                      the ^result~ file
-  ^-Zeta~                          last despite its capital
-
-=============================== Code generation ===============================
-
-  ^-a-very-long-option-name-indeed `value~~ overflows the column
-  ^+define `name~~                   define a macro
-  ^-fast~                          optimise for speed
-  ^-incdir `dir~~                    searched for includes
-  ^-seed `seed~~                     random seed
-  ^-small~                         optimise for size
-  ^+trace~                         trace everything
-
-==================================== Debug ====================================
-
-  ^-debug~                         debug only
-  ^-dump~                          dump tables
-  ^-level `...~~                     debug level
-
-)";;
+  std::string expected = read_file(CORVANE_TESTDATA "/help_listing.txt");
   for (const auto &[marker, escape] : {std::pair{'^', "\033[31;1m"}, {'`', "\033[34;1m"}, {'~', "\033[0m"}})
     for (size_t at; (at = expected.find(marker)) != std::string::npos;)
       expected.replace(at, 1, terminal ? escape : "");
