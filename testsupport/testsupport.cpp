@@ -52,8 +52,6 @@ namespace {
 RunResult fork_and_collect(const fs::path &cwd, const std::function<void()> &child) {
   TempDir io;
   const fs::path in = "/dev/null", out = io / "out", err = io / "err";
-  write_file(out, "");
-  write_file(err, "");
   // Text still buffered here would otherwise be printed twice.
   std::fflush(nullptr);
   const pid_t pid = ::fork();
@@ -64,7 +62,7 @@ RunResult fork_and_collect(const fs::path &cwd, const std::function<void()> &chi
       ::_exit(126);
     const fs::path *files[] = {&in, &out, &err};
     for (int fd = 0; fd < 3; ++fd) {
-      const int opened = ::open(files[fd]->c_str(), fd ? O_WRONLY | O_TRUNC : O_RDONLY);
+      const int opened = ::open(files[fd]->c_str(), fd ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY, 0644);
       ::dup2(opened, fd);
       ::close(opened);
     }
