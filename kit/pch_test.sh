@@ -22,10 +22,9 @@ cmp -s "$scratch/matching/wrapper.sv" "$scratch/optimised_off/wrapper.sv" ||
 
 # quillc-env's verdict on a copy of the kit whose record names the copy.
 cp -a "$(dirname "$env_command")/quillc-env" "$scratch/"
-mkdir "$scratch/kit"
+mkdir "$scratch/kit" "$scratch/other-gcc"
 tar -C "$SYSTEMC_PATH/.." --exclude='systemc.h.gch/*' -cf - systemc quillc tarn | tar -C "$scratch/kit" -xf -
 sed -i "s|$(cd "$SYSTEMC_PATH/.." && pwd -P)/|$scratch/kit/|g" "$scratch"/kit/systemc/pch.[di]*
-mkdir "$scratch/other-gcc"
 printf '#!/bin/sh\ncase "$1" in --version) echo "gcc (Other) 99.1";; *) exec %s "$@";; esac\n' "$(command -v gcc)" \
   >"$scratch/other-gcc/gcc"
 chmod +x "$scratch/other-gcc/gcc"
