@@ -23,8 +23,7 @@ while IFS='|' read -r line expected; do
   COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
   COMP_LINE=$line COMP_POINT=${#line}
   _quillc quillc "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
-  got=$(printf '%s\n' "${COMPREPLY[@]}" | sort | paste -sd ' ')
-  [ "$got" = "$expected" ] || fail "'$line': got [$got], expected [$expected]"
+  expect "'$line'" "$(printf '%s\n' "${COMPREPLY[@]}" | sort | paste -sd ' ')" "$expected"
 done <<'CASES'
 quillc -mo|-module
 quillc -W|-Wcxx,

@@ -7,17 +7,11 @@
 # shellcheck source=testsupport/testsupport.sh
 source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
 page=$1 out=$scratch/out err=$scratch/err
-status=0
-LC_ALL=C.UTF-8 MANWIDTH=80 groff -ww -man -Tutf8 -P-cbou "$page" >"$out" 2>"$err" || status=$?
-if [ "$status" != 0 ] || [ -s "$err" ]; then
-  echo "FAIL: groff said (status $status):" >&2
-  cat "$err" >&2
-  exit 1
-fi
+LC_ALL=C.UTF-8 MANWIDTH=80 groff -ww -man -Tutf8 -P-cbou "$page" >"$out" 2>"$err" || echo "status $?" >>"$err"
+[ -s "$err" ] && { echo "FAIL: groff said:" >&2; cat "$err" >&2; exit 1; }
 
-for section in NAME SYNOPSIS DESCRIPTION OPTIONS FILES ENVIRONMENT "EXIT STATUS" EXAMPLES; do
-  grep -qx "$section" "$out" || fail "no section $section"
-done
+expect sections "$(grep -xE '[A-Z]+( [A-Z]+)*' "$out" | paste -sd ,)" \
+  "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,FILES,ENVIRONMENT,EXIT STATUS,EXAMPLES,SEE ALSO"
 for text in "quillc - build SystemC modules" "-module module name" "-Wcxx,option[,option]..." \
   quillc.log sc_module/ libcorvanesc.so wrapper.sv SYSTEMC_PATH QUILLC_PATH TARN_HOME \
   'eval "$(quillc-env)"' "quillc-env --refresh" "quillc -module counter counter.cpp"; do

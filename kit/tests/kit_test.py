@@ -18,16 +18,14 @@ import tempfile
 import unittest
 
 ARGS = None
-HERE = os.path.dirname(os.path.abspath(__file__))
 
 
 def kit_environment():
-    """The process environment after eval "$(quillc-env)"."""
-    names = ["SYSTEMC_PATH", "QUILLC_PATH", "TARN_HOME"]
-    script = 'eval "$("$0")" && printf "%s\\0%s\\0%s" ' + " ".join(f'"${n}"' for n in names)
-    out = subprocess.run(["sh", "-c", script, ARGS.env], check=True, capture_output=True, text=True)
-    # Plain quotes in the compiler's messages, whatever the locale.
-    return dict(os.environ, **dict(zip(names, out.stdout.split("\0"))), LC_ALL="C")
+    """The process environment after eval "$(quillc-env)", with plain quotes in
+    the compiler's messages whatever the locale."""
+    out = subprocess.run(["sh", "-c", 'eval "$("$0")" && env -0', ARGS.env], check=True, capture_output=True,
+                         text=True).stdout
+    return dict(item.split("=", 1) for item in out.split("\0") if item) | {"LC_ALL": "C"}
 
 
 class QuillcRun(unittest.TestCase):
@@ -39,17 +37,16 @@ class QuillcRun(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.tmp = tempfile.TemporaryDirectory(prefix="quillc-kit-")
-        cls.work = cls.tmp.name
+        cls.work = tempfile.mkdtemp(prefix="quillc-kit-")
+        cls.addClassCleanup(shutil.rmtree, cls.work)
         for source in cls.sources:
             shutil.copy(os.path.join(ARGS.root, source), cls.work)
-        result = subprocess.run([ARGS.quillc, *cls.arguments], cwd=cls.work, env=kit_environment(),
-                                capture_output=True, text=True, timeout=240)
+        result = cls.call(ARGS.quillc, *cls.arguments, env=kit_environment(), timeout=240)
         cls.status, cls.out, cls.err = result.returncode, result.stdout, result.stderr
 
     @classmethod
-    def tearDownClass(cls):
-        cls.tmp.cleanup()
+    def call(cls, *command, **options):
+        return subprocess.run(command, cwd=cls.work, capture_output=True, text=True, **options)
 
     def exists(self, name):
         return os.path.exists(os.path.join(self.work, name))
@@ -63,22 +60,19 @@ class Example(QuillcRun):
 
     def test_every_step_builds(self):
         self.assertEqual((self.status, self.err), (0, self.errors))
-        for name in [f"sc_module/{self.stem}_create.o", "sc_module/wrapper_generator", "wrapper.sv",
-                     "libcorvanesc.so"]:
+        for name in [f"sc_module/{self.stem}_create.o", "sc_module/wrapper_generator"]:
             self.assertTrue(self.exists(name), name)
         self.assertIn(f"Wrote wrapper.sv: {len(self.modules)} module", self.out)
 
     def test_wrapper(self):
         self.assertEqual(pathlib.Path(self.work, "wrapper.sv").read_text(),
-                         pathlib.Path(HERE, "expected", self.scenario + ".sv").read_text())
+                         pathlib.Path(__file__).with_name("expected").joinpath(self.scenario + ".sv").read_text())
         for module in self.modules:
-            lint = subprocess.run(["verilator", "--lint-only", "-Wall", "--top-module", module,
-                                   "wrapper.sv"], cwd=self.work, capture_output=True, text=True)
+            lint = self.call("verilator", "--lint-only", "-Wall", "--top-module", module, "wrapper.sv")
             self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), module)
 
     def test_simulator(self):
-        host = subprocess.run([ARGS.loader, os.path.join(self.work, "libcorvanesc.so"), self.scenario],
-                              cwd=self.work, capture_output=True, text=True, timeout=120)
+        host = self.call(ARGS.loader, os.path.join(self.work, "libcorvanesc.so"), self.scenario, timeout=120)
         self.assertEqual(host.stdout + host.stderr, f"{self.scenario}: 0 failed checks\n")
         self.assertEqual(host.returncode, 0)
 
@@ -94,8 +88,7 @@ class Counter(Example):
                       "Wrote wrapper.sv: 1 module\nEnd wrapper generating.\n", self.out)
 
     def test_library_holds_signals_of_the_port_types_only(self):
-        symbols = subprocess.run(["nm", "-DC", "libcorvanesc.so"], cwd=self.work, capture_output=True,
-                                 text=True, check=True).stdout
+        symbols = self.call("nm", "-DC", "libcorvanesc.so", check=True).stdout
         self.assertEqual(sorted(set(re.findall(r"sc_core::sc_signal<([^,]*),", symbols))),
                          ["bool", "sc_dt::sc_uint<8>"])
 
@@ -133,28 +126,22 @@ class CompileError(QuillcRun):
     arguments = ["-module", "broken", "broken.cpp"]
 
     def test_error_reaches_the_user_and_later_commands_still_run(self):
-        out, err = self.out, self.err
         self.assertEqual(self.status, 0)
         # Both compiles report it; both links meet the missing object; the
         # shell tries the generator that the first link could not make.
         self.assertEqual(len(re.findall(r"broken\.cpp:5:15: error: expected .;. at end of member "
-                                        r"declaration", err)), 2, err)
-        self.assertEqual(err.count("cannot find sc_module/broken_create.o"), 2, err)
-        self.assertRegex(err, r"sc_module/wrapper_generator: .*(not found|No such file)")
-        self.assertRegex(out, r"(?s)\ngcc [^\n]* -o sc_module/wrapper_generator .*"
-                              r"\nEnd wrapper generating\.\n.*\ngcc [^\n]* -o libcorvanesc\.so .*"
-                              r"\nEnd generating SC library libcorvanesc\.so\.\n\Z")
+                                        r"declaration", self.err)), 2, self.err)
+        self.assertEqual(self.err.count("cannot find sc_module/broken_create.o"), 2, self.err)
+        self.assertRegex(self.err, r"sc_module/wrapper_generator: .*(not found|No such file)")
+        self.assertRegex(self.out, r"(?s)\ngcc [^\n]* -o sc_module/wrapper_generator .*"
+                                   r"\nEnd wrapper generating\.\n.*\ngcc [^\n]* -o libcorvanesc\.so .*"
+                                   r"\nEnd generating SC library libcorvanesc\.so\.\n\Z")
         self.assertFalse(self.exists("libcorvanesc.so") or self.exists("wrapper.sv"))
 
 
-def main():
-    global ARGS
+if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     for option in ("--quillc", "--env", "--loader", "--root"):
         parser.add_argument(option, required=True)
     ARGS, rest = parser.parse_known_args()
     unittest.main(argv=[sys.argv[0], "-v", *rest])
-
-
-if __name__ == "__main__":
-    main()
