@@ -218,7 +218,7 @@ TEST(Location, StreamWithoutFileOffsetsAndRangeForm) {
 }
 
 TEST(Location, FailedChecksNameFileLineAndFunction) {
-  // A locator class that never learnt to save itself.
+  // A locator class that never learnt to save itself: it saves as the base does.
   struct Unsaved : ConstLocator {
     Unsaved() : ConstLocator("u") {}
     void serialize(LocSerializer &ser) override { Locator::serialize(ser); }
