@@ -37,6 +37,18 @@ private:
   struct sigaction m_Pipe, m_FileSize;
 };
 
+// The log prints into a stream of its own whose buffer is emptied into the
+// stream of the stream layer below.  Only that step writes to the file or
+// the compressor, so QuietWrites, four system calls, guards it there: once
+// per buffer, never per message.
+
+ssize_t write_quietly(void *below, const char *bytes, size_t length) {
+  QuietWrites quiet;
+  return static_cast<ssize_t>(std::fwrite(bytes, 1, length, static_cast<FILE *>(below)));
+}
+
+int close_below(void *below) { return close_stream(static_cast<FILE *>(below)); }
+
 /// The one log of the process.  Made on first use and never destroyed, so
 /// that anything may print at any time, during exit too.  The file is
 /// closed at exit by a hook that the first open registers: through the
@@ -45,31 +57,42 @@ class SessionLog {
 public:
   bool open(const char *path) {
     close();
-    m_File = open_stream(path, "w");
-    if (!m_File) {
+    FILE *below = open_stream(path, "w");
+    if (!below) {
       std::fprintf(stderr, "Can't open log file '%s': %s\n", path, std::strerror(errno));
       return false;
     }
+    // The stream below holds nothing back: the file is written within
+    // write_quietly only.
+    std::setvbuf(below, nullptr, _IONBF, 0);
+    m_File = ::fopencookie(below, "w", {nullptr, write_quietly, nullptr, close_below});
+    if (!m_File) {
+      const int error = errno;
+      close_stream(below);
+      std::fprintf(stderr, "Can't open log file '%s': %s\n", path, std::strerror(error));
+      return false;
+    }
+    // A buffer of the usual size would still pay for QuietWrites every
+    // hundred messages or so.
+    std::setvbuf(m_File, m_Buffer, _IOFBF, sizeof m_Buffer);
     if (!m_ExitHookRegistered)
       m_ExitHookRegistered = std::atexit(close_at_exit) == 0;
-    QuietWrites quiet;
     std::fwrite(m_Pending.data(), 1, m_Pending.size(), m_File);
     m_Pending.clear();
     m_Pending.shrink_to_fit();
     return true;
   }
 
+  /// Writes what the buffer holds and closes the stream below through the
+  /// stream layer.
   void close() {
-    if (m_File) {
-      QuietWrites quiet;
-      close_stream(m_File);
-    }
+    if (m_File)
+      std::fclose(m_File);
     m_File = nullptr;
   }
 
   void vprint(const char *format, va_list args) {
     if (m_File) {
-      QuietWrites quiet;
       std::vfprintf(m_File, format, args);
       return;
     }
@@ -98,18 +121,15 @@ public:
   }
 
   void write(const char *bytes, size_t length) {
-    if (m_File) {
-      QuietWrites quiet;
+    if (m_File)
       std::fwrite(bytes, 1, length, m_File);
-    } else
+    else
       m_Pending.append(bytes, length);
   }
 
   void flush() {
-    if (m_File) {
-      QuietWrites quiet;
+    if (m_File)
       std::fflush(m_File);
-    }
   }
 
   /// Closes the file and gives back the scratch block; text still pending
@@ -127,6 +147,7 @@ private:
   char *m_Scratch = nullptr;
   size_t m_ScratchSize = 0;
   bool m_ExitHookRegistered = false;
+  char m_Buffer[64 * 1024];
 };
 
 SessionLog &theLog() {

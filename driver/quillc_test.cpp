@@ -4,8 +4,8 @@
 // ran, in order and with the variables expanded), and the binary under
 // hostile conditions (signals in the middle of a compile, closed standard
 // streams, a build directory that cannot be made, a log that meets a
-// file-size limit or a compressor that is missing).  The exact command
-// lines are the build plan's tests.
+// file-size limit, a full disk or a compressor that is missing or dead).
+// The exact command lines are the build plan's tests.
 
 #include "driver/log.h"
 #include "testsupport/testsupport.h"
@@ -13,6 +13,7 @@
 #include "util/strings.h"
 
 #include <algorithm>
+#include <csignal>
 
 namespace {
 
@@ -225,22 +226,34 @@ TEST_F(QuillcRun, ALogAtItsFileSizeLimitEndsShortAndTheRunGoesOn) {
   EXPECT_EQ(log(), r.out.substr(0, 512)) << "the shell counts the limit in 512-byte blocks";
 }
 
-TEST_F(QuillcRun, ACompressedLogWhoseCompressorIsMissingCostsOnlyTheLog) {
-  RunResult r = run_in_child(
-      [&] {
-        ::setenv("PATH", (m_Dir / "work").c_str(), 1);
-        // More than a pipe holds, so that writing must meet the closed end.
-        bool opened = open_log_file("x.log.gz");
-        for (int i = 0; i < 20000; ++i)
-          log_printf("line %d\n", i);
-        flush_all_output();
-        close_log_file();
-        std::printf("opened %d, survived\n", opened);
-      },
-      work());
-  EXPECT_EQ(r.status, 0);
-  EXPECT_TRUE(r.out.ends_with("line 19999\nopened 1, survived\n"));
-  EXPECT_EQ(read_file(work() / "x.log.gz"), "");
+TEST_F(QuillcRun, ALogThatCannotBeWrittenCostsOnlyTheLog) {
+  // A compressor that records its signal actions and leaves without reading.
+  fs::create_directory(m_Dir / "dead");
+  write_file(m_Dir / "dead/gzip", "#!/bin/sh\n/bin/grep ^SigIgn /proc/self/status >" + (m_Dir / "signals").string() + "\n",
+             true);
+  const struct {
+    const char *name, *path;
+  } cases[] = {{"x.log.gz", "work"}, {"x.log.gz", "dead"}, {"/dev/full", "work"}};
+  for (const auto &c : cases) {
+    RunResult r = run_in_child(
+        [&] {
+          ::setenv("PATH", (m_Dir / c.path).c_str(), 1);
+          // More than a pipe and the log's buffer hold, so that writing
+          // must meet the closed end.
+          bool opened = open_log_file(c.name);
+          for (int i = 0; i < 20000; ++i)
+            log_printf("line %d\n", i);
+          flush_all_output();
+          close_log_file();
+          std::printf("opened %d, survived\n", opened);
+        },
+        work());
+    EXPECT_EQ(r.status, 0) << c.name << " " << c.path;
+    EXPECT_TRUE(r.out.ends_with("line 19999\nopened 1, survived\n")) << c.name << " " << c.path;
+    EXPECT_EQ(read_file(work() / "x.log.gz"), "");
+  }
+  const unsigned long long ignored = std::stoull(read_file(m_Dir / "signals").substr(7), nullptr, 16);
+  EXPECT_EQ(ignored & (1ull << (SIGPIPE - 1) | 1ull << (SIGXFSZ - 1)), 0u) << "the compressor's own actions";
 }
 
 } // namespace
