@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 #include <fmt/format.h>
+#include <pthread.h>
 #include <string>
 #include <unistd.h>
 
@@ -17,6 +18,13 @@ namespace {
 int sessionCount = 0;
 FILE *telemetryFile = nullptr;
 struct timeval sessionStart = {};
+/// When the file was last flushed; see AnalyticBase's destructor.
+struct timeval lastFlush = {};
+
+void FlushTelemetryFile() {
+  if (telemetryFile)
+    std::fflush(telemetryFile);
+}
 
 /// Records are written during exit too (shutdown, crash): never destroyed.
 std::string &toolName() {
@@ -37,8 +45,14 @@ void OpenTelemetryFile() {
   }
   const std::string path = fmt::format("{}/{}_{}.tel", logPath, executionId, ::getpid());
   telemetryFile = std::fopen(path.c_str(), "a");
-  if (!telemetryFile)
+  if (!telemetryFile) {
     sessionCount = -1;
+    return;
+  }
+  // A child that is forked while messages wait in the buffer and leaves
+  // through exit() would write them a second time.
+  static const bool flushesBeforeFork = ::pthread_atfork(FlushTelemetryFile, nullptr, nullptr) == 0;
+  (void)flushesBeforeFork;
 }
 
 void EndTelemetrySession() {
@@ -95,9 +109,20 @@ AnalyticBase::AnalyticBase() : m_Top(m_Text) {
 
 AnalyticBase::~AnalyticBase() {
   m_Top.Close();
-  if (telemetryFile) {
-    std::fprintf(telemetryFile, "%s\n", m_Text.c_str());
+  if (!telemetryFile)
+    return;
+  m_Text.push_back('\n');
+  std::fwrite(m_Text.data(), 1, m_Text.size(), telemetryFile);
+  // Events are few and tell of start-ups, ends and crashes: each goes out
+  // at once, with the messages before it.  Messages come in bursts and a
+  // write per message would cost more than the message, so they wait in
+  // the stream's buffer until it fills, the next event, the first message
+  // a second after the last flush, the end of the session, a fork or exit.
+  const int64_t sinceFlush = (static_cast<int64_t>(m_Begun.tv_sec) - lastFlush.tv_sec) * 1000000 +
+                             (m_Begun.tv_usec - lastFlush.tv_usec);
+  if (!m_MayWait || sinceFlush >= 1000000) {
     std::fflush(telemetryFile);
+    lastFlush = m_Begun;
   }
 }
 
@@ -131,6 +156,7 @@ AnalyticEvent::~AnalyticEvent() {
 
 AnalyticMessage::AnalyticMessage(const char *severity, const char *text)
     : m_Message(m_Text), m_Dimensions(m_Text) {
+  m_MayWait = true;
   m_Message = m_Top.AddObject("message");
   if (severity)
     m_Message.AddString("severity", severity);

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <regex>
+#include <sys/wait.h>
 
 namespace {
 
@@ -139,6 +140,26 @@ TEST(Telemetry, NestedSessionsAndRoundedRuntime) {
                          Event("file_processing", R"("filename":"two","language":"Unknown")") +
                          Event("shutdown", R"("runtime_ms":2,"runtime_us":1500)") +
                          Event("shutdown", R"("runtime_ms":2000,"runtime_us":2000000)"));
+}
+
+// A message may wait in the buffer; the next event takes it along, and a
+// child that leaves through exit() writes nothing twice.  _exit at the end
+// leaves out whatever was not written yet.
+TEST(Telemetry, WaitingMessagesGoOutWithTheNextEventAndOnce) {
+  std::string records = RunWithTelemetry([] {
+    StartTelemetrySession();
+    ReportMessage(2, "A", "a\n");
+    ReportMessage(2, "B", "b\n");
+    if (pid_t child = ::fork(); child == 0)
+      std::exit(0);
+    else
+      ::waitpid(child, nullptr, 0);
+    TelemetryFileProcessing("f");
+    ::_exit(0);
+  });
+  EXPECT_EQ(records, Message("Warning", R"("type":"A","io":"stdout")") +
+                         Message("Warning", R"("type":"B","io":"stdout")") +
+                         Event("file_processing", R"("filename":"f","language":"Unknown")"));
 }
 
 } // namespace
