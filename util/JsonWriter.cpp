@@ -1,5 +1,6 @@
 #include "util/JsonWriter.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <fmt/format.h>
@@ -91,47 +92,52 @@ void JsonWriter::Close() {
   m_State = kClosed;
 }
 
+namespace {
+
+/// The bytes at which WriteQuoted stops copying: those it escapes, and the
+/// terminating zero.
+constexpr auto kStops = [] {
+  std::array<bool, 256> stops{};
+  for (int c = 0; c < 32; ++c)
+    stops[c] = true;
+  stops['"'] = stops['\\'] = stops[127] = true;
+  return stops;
+}();
+
+} // namespace
+
 void JsonWriter::WriteQuoted(std::string &out, const char *text) {
   static const char hex[] = "0123456789abcdef";
-  // Staged in a small block so that the string grows in chunks, not bytes.
-  char stage[128];
-  size_t used = 0;
-  stage[used++] = '"';
-  for (const unsigned char *p = reinterpret_cast<const unsigned char *>(text); *p; ++p) {
-    if (used > sizeof stage - 8) {
-      out.append(stage, used);
-      used = 0;
-    }
-    unsigned char c = *p;
+  out.push_back('"');
+  const unsigned char *p = reinterpret_cast<const unsigned char *>(text);
+  for (;;) {
+    // Most text needs no escape at all: append it a run at a time.
+    const unsigned char *run = p;
+    while (!kStops[*p])
+      ++p;
+    out.append(reinterpret_cast<const char *>(run), p - run);
+    const unsigned char c = *p++;
     switch (c) {
+    case 0:
+      out.push_back('"');
+      return;
     case '\t':
-      stage[used++] = '\\';
-      stage[used++] = 't';
+      out.append("\\t", 2);
       break;
     case '\n':
-      stage[used++] = '\\';
-      stage[used++] = 'n';
+      out.append("\\n", 2);
       break;
     case '\r':
-      stage[used++] = '\\';
-      stage[used++] = 'r';
+      out.append("\\r", 2);
       break;
     case '"':
     case '\\':
-      stage[used++] = '\\';
-      stage[used++] = static_cast<char>(c);
+      out.push_back('\\');
+      out.push_back(static_cast<char>(c));
       break;
     default:
-      if (c < 32 || c == 127) {
-        std::memcpy(stage + used, "\\u00", 4);
-        stage[used + 4] = hex[c >> 4];
-        stage[used + 5] = hex[c & 15];
-        used += 6;
-      } else {
-        stage[used++] = static_cast<char>(c);
-      }
+      const char escape[6] = {'\\', 'u', '0', '0', hex[c >> 4], hex[c & 15]};
+      out.append(escape, sizeof escape);
     }
   }
-  stage[used++] = '"';
-  out.append(stage, used);
 }

@@ -12,7 +12,7 @@ TEST(JsonWriter, EscapeTable) {
       {"a\tb\nc\rd / \"hi\" \\", R"("a\tb\nc\rd / \"hi\" \\")"},
       {"\x01\b\f\x1b\x1f \x7f", R"("\u0001\u0008\u000c\u001b\u001f \u007f")"},
       {"caf\xc3\xa9 \x80\xff ~", "\"caf\xc3\xa9 \x80\xff ~\""},
-      // Longer than the writer's staging block, with escapes across its end.
+      // A long run of plain bytes, then escapes one after another.
       {std::string(120, 'x') + "\x02\x02\\\\", "\"" + std::string(120, 'x') + R"(\u0002\u0002\\\\")"},
   };
   for (const auto &[text, json] : cases) {
