@@ -160,6 +160,19 @@ void close_at_exit() { theLog().teardown(); }
 int print_both(FILE *console, const char *format, va_list args) {
   va_list copy;
   va_copy(copy, args);
+  // The roster prints every line with "%s": that needs no format parser,
+  // which would be most of a message's cost (twice).  A null text takes
+  // the general way, which prints "(null)".
+  if (format[0] == '%' && format[1] == 's' && format[2] == '\0') {
+    if (const char *text = va_arg(copy, const char *)) {
+      va_end(copy);
+      std::fputs(text, console);
+      theLog().write(text, std::strlen(text));
+      return 1;
+    }
+    va_end(copy);
+    va_copy(copy, args);
+  }
   std::vfprintf(console, format, copy);
   va_end(copy);
   theLog().vprint(format, args);

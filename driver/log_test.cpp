@@ -25,6 +25,8 @@ TEST(SessionLog, TextBeforeTheOpenStandsFirstInTheFile) {
     log_printf_level(0, "level %d\n", 0);
     log_printf_level(-1, "level %d\n", -1);
     open_log_file(path.c_str());
+    const char *volatile none = nullptr;
+    log_printf("%s", none);
     log_printf("after\n");
     log_write("\x00\xff", 2);
     flush_all_output();
@@ -32,10 +34,10 @@ TEST(SessionLog, TextBeforeTheOpenStandsFirstInTheFile) {
     ::_exit(read_file(path).ends_with("after\n" + std::string("\0\xff", 2)) ? 0 : 5);
   });
   EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "one 1\n" + growing + big + "\nlevel 0\nlevel -1\nafter\n");
+  EXPECT_EQ(r.out, "one 1\n" + growing + big + "\nlevel 0\nlevel -1\n(null)after\n");
   EXPECT_EQ(r.err, "two err\n");
   EXPECT_EQ(read_file(path),
-            "one 1\ntwo err\n" + growing + big + "\nraw" + "level 0\nlevel -1\nafter\n" + std::string("\0\xff", 2));
+            "one 1\ntwo err\n" + growing + big + "\nraw" + "level 0\nlevel -1\n(null)after\n" + std::string("\0\xff", 2));
 }
 
 TEST(SessionLog, ReopeningClosesTheFirstAndAFailedOpenKeepsTheText) {
