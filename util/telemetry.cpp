@@ -49,6 +49,10 @@ void OpenTelemetryFile() {
     sessionCount = -1;
     return;
   }
+  // Messages wait here (see ~AnalyticBase): a write per 200 or so.  Only
+  // one file is open at a time, and the buffer outlives it.
+  static char buffer[64 * 1024];
+  std::setvbuf(telemetryFile, buffer, _IOFBF, sizeof buffer);
   // A child that is forked while messages wait in the buffer and leaves
   // through exit() would write them a second time.
   static const bool flushesBeforeFork = ::pthread_atfork(FlushTelemetryFile, nullptr, nullptr) == 0;
