@@ -234,8 +234,7 @@ TEST_F(QuillcRun, ALogThatCannotBeWrittenCostsOnlyTheLog) {
     RunResult r = run_in_child(
         [&] {
           ::setenv("PATH", (m_Dir / "bin").c_str(), 1);
-          // More than a pipe and the log's buffer hold, so that writing
-          // must meet the closed end.
+          // More than a pipe holds, so that writing must meet the closed end.
           bool opened = open_log_file(name);
           for (int i = 0; i < 20000; ++i)
             log_printf("line %d\n", i);
