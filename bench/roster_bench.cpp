@@ -1,6 +1,6 @@
 // Message throughput of the roster: a short warning with an id, standard
 // output sent to /dev/null and the session log to a file, without and with
-// a telemetry session (one JSON record per message).
+// a telemetry session (one JSON record per message, flushed each time).
 
 #include "driver/log.h"
 #include "util/roster.h"

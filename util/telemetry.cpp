@@ -7,7 +7,6 @@
 #include <cstring>
 #include <ctime>
 #include <fmt/format.h>
-#include <pthread.h>
 #include <string>
 #include <unistd.h>
 
@@ -18,13 +17,6 @@ namespace {
 int sessionCount = 0;
 FILE *telemetryFile = nullptr;
 struct timeval sessionStart = {};
-/// When the file was last flushed; see AnalyticBase's destructor.
-struct timeval lastFlush = {};
-
-void FlushTelemetryFile() {
-  if (telemetryFile)
-    std::fflush(telemetryFile);
-}
 
 /// Records are written during exit too (shutdown, crash): never destroyed.
 std::string &toolName() {
@@ -45,18 +37,8 @@ void OpenTelemetryFile() {
   }
   const std::string path = fmt::format("{}/{}_{}.tel", logPath, executionId, ::getpid());
   telemetryFile = std::fopen(path.c_str(), "a");
-  if (!telemetryFile) {
+  if (!telemetryFile)
     sessionCount = -1;
-    return;
-  }
-  // Messages wait here (see ~AnalyticBase): a write per 200 or so.  Only
-  // one file is open at a time, and the buffer outlives it.
-  static char buffer[64 * 1024];
-  std::setvbuf(telemetryFile, buffer, _IOFBF, sizeof buffer);
-  // A child that is forked while messages wait in the buffer and leaves
-  // through exit() would write them a second time.
-  static const bool flushesBeforeFork = ::pthread_atfork(FlushTelemetryFile, nullptr, nullptr) == 0;
-  (void)flushesBeforeFork;
 }
 
 void EndTelemetrySession() {
@@ -115,19 +97,12 @@ AnalyticBase::~AnalyticBase() {
   m_Top.Close();
   if (!telemetryFile)
     return;
+  // A record is on disk when its object is gone, so that a reader of the
+  // file (or a crash that follows) sees every record made so far.  One
+  // write of the whole line: the text and its line feed go out together.
   m_Text.push_back('\n');
   std::fwrite(m_Text.data(), 1, m_Text.size(), telemetryFile);
-  // Events are few and tell of start-ups, ends and crashes: each goes out
-  // at once, with the messages before it.  Messages come in bursts and a
-  // write per message would cost more than the message, so they wait in
-  // the stream's buffer until it fills, the next event, the first message
-  // a second after the last flush, the end of the session, a fork or exit.
-  const int64_t sinceFlush = (static_cast<int64_t>(m_Begun.tv_sec) - lastFlush.tv_sec) * 1000000 +
-                             (m_Begun.tv_usec - lastFlush.tv_usec);
-  if (!m_MayWait || sinceFlush >= 1000000) {
-    std::fflush(telemetryFile);
-    lastFlush = m_Begun;
-  }
+  std::fflush(telemetryFile);
 }
 
 JsonWriter &AnalyticBase::Dimensions() { return m_Top; }
@@ -160,7 +135,6 @@ AnalyticEvent::~AnalyticEvent() {
 
 AnalyticMessage::AnalyticMessage(const char *severity, const char *text)
     : m_Message(m_Text), m_Dimensions(m_Text) {
-  m_MayWait = true;
   m_Message = m_Top.AddObject("message");
   if (severity)
     m_Message.AddString("severity", severity);

@@ -13,11 +13,8 @@
 /// off for the rest of the process, silently.
 ///
 /// A record is built in memory while its object lives and appended to the
-/// file, with a line feed, when the object is destroyed.  An event is
-/// flushed at once; a message may wait in the file's buffer until it fills,
-/// the next event, the first message a second after the last flush, the end
-/// of the session, a fork or exit.  A record made while telemetry is off is
-/// built and dropped.
+/// file, with a line feed and a flush, when the object is destroyed.  A
+/// record made while telemetry is off is built and dropped.
 
 #include "util/JsonWriter.h"
 
@@ -72,8 +69,6 @@ protected:
 
   std::string m_Text;
   JsonWriter m_Top;
-  /// Whether the record may stay in the file's buffer for a while.
-  bool m_MayWait = false;
 
 private:
   struct timeval m_Begun;

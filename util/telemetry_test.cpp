@@ -44,9 +44,9 @@ std::string Message(const std::string &severity, const std::string &keys) {
   return R"({"message":{"severity":")" + severity + "\"," + Dimensions(keys) + "}}\n";
 }
 
-// The messages wait in the file's buffer: a child that leaves through
-// exit() must not write them too, and the shutdown event of the inner of
-// two sessions must take them along, since _exit drops what is left.
+// Every record is in the file when its object is gone: a child that leaves
+// through exit() writes none of them again, and _exit, which drops what a
+// stream still holds, loses none.
 TEST(Telemetry, EveryEventAndMessageRecord) {
   std::string records = RunWithTelemetry([&] {
     ::setenv("TELTEST_A", "1", 1);
