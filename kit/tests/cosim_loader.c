@@ -1,9 +1,10 @@
 /* A minimal simulator host: loads a libcorvanesc.so with dlopen() and
  * drives it through corvane_sc_cosim.h, as a simulator does.
  *
- *   kit_cosim_loader <library> counter|two_modules|ports
+ *   kit_cosim_loader <library> counter|two_modules|ports|channels|stranded[:plain]
  *
- * Each scenario is a table of steps for one of the kit tests' designs.
+ * Each scenario is a table of steps for one of the kit tests' designs;
+ * ":plain" leaves out the instantiations that must fail.
  * Prints one line per failed check and ends with status 1 if there was any. */
 
 #include "corvane_sc_cosim.h"
@@ -55,7 +56,7 @@ enum { FAILED = -1 };
 
 static const char *names[8];
 static corvane_sc_instance *instances[8];
-static int made;
+static int made, plain;
 
 static corvane_sc_instance *handle(const char *name) {
   for (int i = 0; name && i < made; ++i)
@@ -71,6 +72,8 @@ static void run(const Step *steps, size_t count) {
     double real = 0;
     corvane_sc_port port = {0};
     int code = CORVANE_SC_OK, same = 1;
+    if (plain && s->op == 'I' && s->code == FAILED)
+      continue;
     switch (s->op) {
     case 'I':
       code = (fresh = sc.instantiate(s->arg, s->inst)) ? CORVANE_SC_OK : FAILED;
@@ -108,7 +111,8 @@ static void run(const Step *steps, size_t count) {
 
 enum {
   OK = CORVANE_SC_OK, ARG = CORVANE_SC_ERR_ARGUMENT, PORT = CORVANE_SC_ERR_UNKNOWN_PORT,
-  VALUE = CORVANE_SC_ERR_BAD_VALUE, DIRECTION = CORVANE_SC_ERR_DIRECTION, KIND = CORVANE_SC_ERR_KIND
+  VALUE = CORVANE_SC_ERR_BAD_VALUE, DIRECTION = CORVANE_SC_ERR_DIRECTION, KIND = CORVANE_SC_ERR_KIND,
+  SYSTEMC = CORVANE_SC_ERR_SYSTEMC
 };
 /* Steps; one with a trailing code (and message) must fail so.  BAD writes a value that does not fit. */
 #define I(inst, module, ...) {'I', inst, module, 0, __VA_ARGS__}
@@ -196,13 +200,32 @@ static const Step ports[] = {
     WORDS('v', "w", "sum", 4, ~0ull, ~0ull, ~0ull, ~0ull),
 };
 
+/* Refused before anything of them is built: without the refused calls the
+ * host prints the same bytes. */
+static const Step channels[] = {
+    I("t", "producer", FAILED,
+      "module 'producer', port 'out': the library carries no sc_core::sc_port<write_if, 1, (sc_core::sc_port_policy)0>"),
+    I("t", "router", FAILED, "module 'router', port 'pkt_out': the library carries no sc_core::sc_out<pkt>"),
+    I("t", "shy", FAILED, "module 'shy': the wrapper generator did not describe it"),
+    I("t", "top"), {'A', NULL, NULL, 5}, R("t", "sent", 2),
+};
+
+/* grows makes a port in the library that the wrapper generator never saw. */
+static const Step stranded[] = {
+    I("g", "grows", FAILED, "module 'grows', port 'port_1': the library carries no sc_core::sc_port<write_if, 1, "
+      "(sc_core::sc_port_policy)0>, a port that the wrapper generator did not see; the kernel cannot go on: "
+      "instance 'g' of module 'grows' could not be taken back"),
+    I("t", "top", FAILED, "the kernel cannot go on"), A(NULL, SYSTEMC, "the kernel cannot go on"),
+};
+
 #define SCENARIO(steps, modules) {#steps, modules, steps, sizeof steps / sizeof steps[0]}
+#define ALL_PORTS "mixer wide inc12 all_types odd top producer router grows shy "
 static const struct {
   const char *name, *modules; /* the modules the library exports, in order */
   const Step *steps;
   size_t count;
 } scenarios[] = {SCENARIO(counter, "counter "), SCENARIO(two_modules, "adder shift_reg "),
-                 SCENARIO(ports, "mixer wide inc12 all_types odd ")};
+                 SCENARIO(ports, ALL_PORTS), SCENARIO(channels, ALL_PORTS), SCENARIO(stranded, ALL_PORTS)};
 
 int main(int argc, char **argv) {
   void *library = argc == 3 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
@@ -214,8 +237,11 @@ int main(int argc, char **argv) {
     return 1;
   }
   CHECK(strcmp(sc.last_error(), "") == 0, "no error yet");
+  const size_t length = strcspn(argv[2], ":");
+  plain = strcmp(argv[2] + length, ":plain") == 0;
   for (size_t i = 0; i < sizeof scenarios / sizeof scenarios[0]; ++i) {
-    if (strcmp(argv[2], scenarios[i].name) != 0)
+    if (strncmp(argv[2], scenarios[i].name, length) != 0 || scenarios[i].name[length] != '\0' ||
+        (argv[2][length] && !plain))
       continue;
     char modules[256] = "", past[64];
     const int count = sc.module_count();
@@ -225,7 +251,7 @@ int main(int argc, char **argv) {
     CHECK(strcmp(modules, scenarios[i].modules) == 0, "modules %s", modules);
     CHECK(sc.module_name(count) == NULL && strstr(sc.last_error(), past), "past the end");
     run(scenarios[i].steps, scenarios[i].count);
-    printf("%s: %d failed check%s\n", argv[2], failures, failures == 1 ? "" : "s");
+    printf("%s: %d failed check%s\n", scenarios[i].name, failures, failures == 1 ? "" : "s");
     return failures ? 1 : 0;
   }
   printf("FAIL unknown scenario %s\n", argv[2]);

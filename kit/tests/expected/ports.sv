@@ -67,6 +67,28 @@ module odd (
 );
 endmodule
 
+module top (
+  output bit signed [31:0] sent
+);
+endmodule
+
+module producer (
+  output bit signed [31:0] sent
+  // out: no SystemVerilog type for sc_core::sc_port<write_if, 1, (sc_core::sc_port_policy)0>
+);
+endmodule
+
+module router (
+  input bit clk
+  // pkt_out: no SystemVerilog type for sc_core::sc_out<pkt>
+);
+endmodule
+
+module grows (
+  input bit a
+);
+endmodule
+
 // verilator lint_on SHORTREAL
 // verilator lint_on DECLFILENAME
 // verilator lint_on UNDRIVEN
