@@ -280,8 +280,8 @@ std::vector<std::string> port_names(const corvane_sc::ModulePortNames &module,
   return corvane_sc::legal_port_names(wanted);
 }
 
-/// Set once an instance that the library could not drive stays in the
-/// kernel; says why nothing can run any more.
+/// Set once a model that was taken back left something in the kernel;
+/// says why nothing may run any more.
 std::string &stranded() {
   static std::string &why = *new std::string;
   return why;
@@ -290,9 +290,9 @@ std::string &stranded() {
 /// Builds the instance and binds its ports; on failure returns null with
 /// the error recorded.
 corvane_sc_instance *build_instance(const corvane_sc::ExportedModule &module, const std::string &name) {
-  // SystemC cannot undo a constructor: the processes that it made stay in
-  // the kernel and run, and the names that it took stay taken.  So a module
-  // is refused on what the wrapper generator saw of it, before any of it
+  // SystemC cannot take back what a constructor started: a deleted module's
+  // processes stay in the kernel and run on freed memory.  So a module is
+  // refused on what the wrapper generator saw of it, before any of it
   // exists.
   const corvane_sc::ModulePortNames *described = described_module(module.name);
   const std::string what = "module '" + module.name + "'";
@@ -307,7 +307,23 @@ corvane_sc_instance *build_instance(const corvane_sc::ExportedModule &module, co
     return nullptr;
   }
 
-  sc_core::sc_module *model = module.factory(name.c_str());
+  // A model refused after all (its constructor threw, or built other ports
+  // here than in the wrapper generator) is deleted; whatever that leaves
+  // (processes, objects made with new) turns up at the top of the
+  // hierarchy, and then nothing may run.
+  const size_t topLevel = sc_core::sc_get_top_level_objects().size();
+  const auto takeBack = [&](sc_core::sc_module *model) {
+    delete model;
+    if (sc_core::sc_get_top_level_objects().size() != topLevel)
+      stranded() = "the kernel cannot go on: instance '" + name + "' of " + what + " left processes behind";
+  };
+  sc_core::sc_module *model = nullptr;
+  try {
+    model = module.factory(name.c_str());
+  } catch (...) {
+    takeBack(nullptr);
+    throw;
+  }
   std::vector<sc_core::sc_port_base *> ports;
   std::vector<PortShape> shapes;
   for (sc_core::sc_object *child : model->get_child_objects())
@@ -316,18 +332,14 @@ corvane_sc_instance *build_instance(const corvane_sc::ExportedModule &module, co
       ports.push_back(port);
     }
   const std::vector<std::string> names = port_names(*described, ports);
-  // Check every port before binding any.  A port that the generator did
-  // not see (the constructor builds other ports here than there) is found
-  // too late: the model cannot be taken back, and is kept so that nothing
-  // points into freed memory, but nothing may run with it unbound.
+  // Every port is checked before any is bound.
   for (size_t i = 0; i < ports.size(); ++i)
     if (shapes[i].sv_type().empty() || !glue().find(ports[i]->get_interface_type())) {
-      stranded() = "the kernel cannot go on: instance '" + name + "' of " + what +
-                   " could not be taken back";
-      fail(CORVANE_SC_ERR_UNSUPPORTED_PORT, what + ", port '" + names[i] + "': the library carries no " +
-                                                corvane_sc::cxx_type_name(*ports[i]) +
-                                                ", a port that the wrapper generator did not see; " +
-                                                stranded());
+      const std::string message = what + ", port '" + names[i] + "': the library carries no " +
+                                  corvane_sc::cxx_type_name(*ports[i]) +
+                                  " (a port that the wrapper generator did not see)";
+      takeBack(model);
+      fail(CORVANE_SC_ERR_UNSUPPORTED_PORT, stranded().empty() ? message : message + "; " + stranded());
       return nullptr;
     }
 

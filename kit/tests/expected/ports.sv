@@ -42,6 +42,18 @@ module inc12 (
 );
 endmodule
 
+module producer (
+  input bit clk
+  // out: no SystemVerilog type for sc_core::sc_port<write_if, 1, (sc_core::sc_port_policy)0>
+  // pkt_out: no SystemVerilog type for sc_core::sc_out<pkt>
+);
+endmodule
+
+module grows (
+  input bit a
+);
+endmodule
+
 module all_types (
   input bit b,
   input logic l,
@@ -64,28 +76,6 @@ module odd (
   input bit port_0
   // level: no SystemVerilog type for sc_core::sc_inout<double>
   // line: no SystemVerilog type for sc_core::sc_in_resolved
-);
-endmodule
-
-module top (
-  output bit signed [31:0] sent
-);
-endmodule
-
-module producer (
-  output bit signed [31:0] sent
-  // out: no SystemVerilog type for sc_core::sc_port<write_if, 1, (sc_core::sc_port_policy)0>
-);
-endmodule
-
-module router (
-  input bit clk
-  // pkt_out: no SystemVerilog type for sc_core::sc_out<pkt>
-);
-endmodule
-
-module grows (
-  input bit a
 );
 endmodule
 
