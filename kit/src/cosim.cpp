@@ -315,7 +315,7 @@ corvane_sc_instance *build_instance(const corvane_sc::ExportedModule &module, co
   const auto takeBack = [&](sc_core::sc_module *model) {
     delete model;
     if (sc_core::sc_get_top_level_objects().size() != topLevel)
-      stranded() = "the kernel cannot go on: instance '" + name + "' of " + what + " left processes behind";
+      stranded() = "the kernel cannot go on: instance '" + name + "' of " + what + " left processes or objects behind";
   };
   sc_core::sc_module *model = nullptr;
   try {
