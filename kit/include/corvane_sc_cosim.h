@@ -24,11 +24,13 @@
  *       - a port named in the module's constructor (clk("clk")) keeps
  *         that name;
  *       - any other port takes its member name as the C++ source writes
- *         it, also for members of the first base class (and of its
- *         first, ...), of a class template and of a member struct
- *         ("<member>_<port>"), which the wrapper generator reads from the
- *         source with libclang; a port that is no member (made with new,
- *         or in a later base class) keeps SystemC's name;
+ *         it, whatever its class (sc_in, sc_out, sc_inout, sc_port<IF>,
+ *         a class derived from one), also for members of the first base
+ *         class (and of its first, ...), of a class template and of a
+ *         member struct ("<member>_<port>"), which the wrapper generator
+ *         reads from the source with libclang; a port that is no member
+ *         (made with new, in a later base class or inside a standard
+ *         library object such as std::array) keeps SystemC's name;
  *       - an array of ports takes the member name and each index:
  *         d[4] gives d_0 .. d_3, m[2][3] gives m_0_0 .. m_1_2;
  *       - without the front end (libclang not installed, or the source
@@ -55,9 +57,22 @@
  *       sc_biguint<N>, sc_bigint<N>  bit [N-1:0], bit signed [N-1:0]
  *       double, float                real, shortreal (no inout)
  *     N is any width (up to 2^20).  A module with any other port type, or
- *     a resolved port, cannot be instantiated
- *     (CORVANE_SC_ERR_UNSUPPORTED_PORT); the wrapper names such a port in
- *     a comment.
+ *     a resolved port, cannot be instantiated: the wrapper names such a
+ *     port in a comment, and corvane_sc_instantiate() fails with
+ *     CORVANE_SC_ERR_UNSUPPORTED_PORT, naming the first one as the wrapper
+ *     does.  So it does for a module that the wrapper generator did not
+ *     describe (it could not build one, or did not run).  The refusal
+ *     comes before anything of the module is built: it leaves no process,
+ *     object or name behind, and the run goes on exactly as without the
+ *     call.
+ *
+ *     A module whose constructor builds other ports in the library than
+ *     in the wrapper generator (code under SC_COSIM, ports that depend on
+ *     the instance name) is only found out once built: it is deleted and
+ *     refused the same way.  When it had started processes, which SystemC
+ *     cannot take back, or when a constructor throws after starting some,
+ *     every later corvane_sc_instantiate() and corvane_sc_advance() fails
+ *     with CORVANE_SC_ERR_SYSTEMC: the kernel cannot go on.
  *
  *  4. Values.  Bits travel as arrays of 64-bit words, least significant
  *     word first; corvane_sc_write_u64() and corvane_sc_read_u64() are the

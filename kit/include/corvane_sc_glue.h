@@ -180,11 +180,15 @@ struct PortName {
   const char *basename, *name;
 };
 
-/// The port names of one exported module.
+/// The port names of one exported module, and the first of its ports, if
+/// any, that the library cannot carry: the wrapper's name for it and its
+/// C++ type.  The library refuses such a module before it builds anything
+/// of it, since SystemC cannot take back what a constructor started.
 struct ModulePortNames {
   const char *module;
   const PortName *ports;
   std::size_t count;
+  const char *uncarriedPort, *uncarriedType;
 };
 
 /// What the generated files give the co-simulation library.

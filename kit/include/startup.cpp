@@ -14,8 +14,8 @@
 #include "sc_module/sc_module_factory.cpp"
 #else
 #include "corvane_sc_glue.h"
-// No generator ran: the library carries no port types, and every module
-// with ports is refused when instantiated.
+// No generator ran: the library carries no port types and knows no
+// module's ports, and refuses every module when instantiated.
 const corvane_sc::DesignGlue corvane_sc::kDesignGlue = {[](corvane_sc::GlueTable &) {}, nullptr, 0};
 #endif
 

@@ -254,53 +254,97 @@ int read_port(corvane_sc_instance *instance, const char *port, uint64_t *a, uint
   return CORVANE_SC_OK;
 }
 
-/// The names that the wrapper gave the ports of \p module, by SystemC base
-/// name; SystemC's own where the generated table has none.
-std::vector<std::string> port_names(const std::string &module,
-                                    const std::vector<sc_core::sc_port_base *> &ports) {
+/// What the wrapper generator wrote of \p module, or null when it wrote
+/// nothing (it could not build the module, or did not run).
+const corvane_sc::ModulePortNames *described_module(const std::string &module) {
   const corvane_sc::DesignGlue &design = corvane_sc::kDesignGlue;
   const auto *end = design.modules + design.moduleCount;
-  const auto *names = std::find_if(design.modules, end,
+  const auto *found = std::find_if(design.modules, end,
                                    [&](const corvane_sc::ModulePortNames &m) { return module == m.module; });
+  return found == end ? nullptr : found;
+}
+
+/// The names that the wrapper gave the ports of \p module, by SystemC base
+/// name; SystemC's own for a port that the wrapper generator did not see.
+std::vector<std::string> port_names(const corvane_sc::ModulePortNames &module,
+                                    const std::vector<sc_core::sc_port_base *> &ports) {
   std::vector<std::string> wanted;
   for (const sc_core::sc_port_base *port : ports) {
     wanted.push_back(port->basename());
-    for (size_t i = 0; names != end && i < names->count; ++i)
-      if (std::strcmp(port->basename(), names->ports[i].basename) == 0) {
-        wanted.back() = names->ports[i].name;
+    for (size_t i = 0; i < module.count; ++i)
+      if (std::strcmp(port->basename(), module.ports[i].basename) == 0) {
+        wanted.back() = module.ports[i].name;
         break;
       }
   }
   return corvane_sc::legal_port_names(wanted);
 }
 
+/// Set once a model that was taken back left something in the kernel;
+/// says why nothing may run any more.
+std::string &stranded() {
+  static std::string &why = *new std::string;
+  return why;
+}
+
 /// Builds the instance and binds its ports; on failure returns null with
 /// the error recorded.
 corvane_sc_instance *build_instance(const corvane_sc::ExportedModule &module, const std::string &name) {
-  sc_core::sc_module *model = module.factory(name.c_str());
+  // SystemC cannot take back what a constructor started: a deleted module's
+  // processes stay in the kernel and run on freed memory.  So a module is
+  // refused on what the wrapper generator saw of it, before any of it
+  // exists.
+  const corvane_sc::ModulePortNames *described = described_module(module.name);
+  const std::string what = "module '" + module.name + "'";
+  if (!described) {
+    fail(CORVANE_SC_ERR_UNSUPPORTED_PORT,
+         what + ": the wrapper generator did not describe it, so its ports are unknown to the library");
+    return nullptr;
+  }
+  if (described->uncarriedPort) {
+    fail(CORVANE_SC_ERR_UNSUPPORTED_PORT, what + ", port '" + described->uncarriedPort +
+                                              "': the library carries no " + described->uncarriedType);
+    return nullptr;
+  }
 
-  // Check every port before binding any, so that a module that cannot be
-  // driven is dropped before it has signals.
+  // A model refused after all (its constructor threw, or built other ports
+  // here than in the wrapper generator) is deleted; whatever that leaves
+  // (processes, objects made with new) turns up at the top of the
+  // hierarchy, and then nothing may run.
+  const size_t topLevel = sc_core::sc_get_top_level_objects().size();
+  const auto takeBack = [&](sc_core::sc_module *model) {
+    delete model;
+    if (sc_core::sc_get_top_level_objects().size() != topLevel)
+      stranded() = "the kernel cannot go on: instance '" + name + "' of " + what + " left processes or objects behind";
+  };
+  sc_core::sc_module *model = nullptr;
+  try {
+    model = module.factory(name.c_str());
+  } catch (...) {
+    takeBack(nullptr);
+    throw;
+  }
   std::vector<sc_core::sc_port_base *> ports;
   std::vector<PortShape> shapes;
-  for (sc_core::sc_object *child : model->get_child_objects()) {
-    auto *port = dynamic_cast<sc_core::sc_port_base *>(child);
-    if (!port)
-      continue;
-    shapes.push_back(corvane_sc::classify_port(*port));
-    ports.push_back(port);
-    if (shapes.back().sv_type().empty() || !glue().find(port->get_interface_type())) {
-      std::string type = corvane_sc::cxx_type_name(*port);
-      delete model;
-      fail(CORVANE_SC_ERR_UNSUPPORTED_PORT, "module '" + module.name + "', port '" + port->basename() +
-                                                "': the library carries no " + type);
+  for (sc_core::sc_object *child : model->get_child_objects())
+    if (auto *port = dynamic_cast<sc_core::sc_port_base *>(child)) {
+      shapes.push_back(corvane_sc::classify_port(*port));
+      ports.push_back(port);
+    }
+  const std::vector<std::string> names = port_names(*described, ports);
+  // Every port is checked before any is bound.
+  for (size_t i = 0; i < ports.size(); ++i)
+    if (shapes[i].sv_type().empty() || !glue().find(ports[i]->get_interface_type())) {
+      const std::string message = what + ", port '" + names[i] + "': the library carries no " +
+                                  corvane_sc::cxx_type_name(*ports[i]) +
+                                  " (a port that the wrapper generator did not see)";
+      takeBack(model);
+      fail(CORVANE_SC_ERR_UNSUPPORTED_PORT, stranded().empty() ? message : message + "; " + stranded());
       return nullptr;
     }
-  }
 
   auto instance = std::make_unique<corvane_sc_instance>();
   instance->name = name;
-  const std::vector<std::string> names = port_names(module.name, ports);
   for (size_t i = 0; i < ports.size(); ++i) {
     const std::string signalName = name + "_" + names[i];
     instance->ports.push_back(
@@ -343,6 +387,8 @@ corvane_sc_instance *corvane_sc_instantiate(const char *module, const char *inst
   corvane_sc_instance *made = nullptr;
   guarded([&]() -> int {
     prepare_kernel();
+    if (!stranded().empty())
+      return fail(CORVANE_SC_ERR_SYSTEMC, stranded());
     if (sc_core::sc_get_status() != sc_core::SC_ELABORATION)
       return fail(CORVANE_SC_ERR_ELABORATED, "cannot instantiate '" + name + "': the simulation has started");
     if (name.find_first_of(". \t\n") != std::string::npos)
@@ -424,6 +470,8 @@ int corvane_sc_read_f64(corvane_sc_instance *instance, const char *port, double 
 int corvane_sc_advance(corvane_sc_instance *instance, uint64_t nanoseconds) {
   if (instance && !known(instance))
     return fail(CORVANE_SC_ERR_ARGUMENT, "not an instance of this library");
+  if (!stranded().empty())
+    return fail(CORVANE_SC_ERR_SYSTEMC, stranded());
   return guarded([&] {
     prepare_kernel();
     sc_core::sc_start(sc_core::sc_time(static_cast<double>(nanoseconds), sc_core::SC_NS));

@@ -138,15 +138,19 @@ WrapperModule describe_module(const ExportedModule &module, const sc_core::sc_mo
       layout = sources.layout(module);
       layoutRead = true;
     }
-    // The member that lies where the port lies, of the port's own type.
+    // Members that start at the same place nest, and the walk lists an
+    // outer one before the ones inside it: the last one there is the port
+    // itself, whatever its class (sc_port<write_if> spells its policy
+    // differently in the front end and in the compiler), unless the walk
+    // stopped at a standard library class that holds the port.
     const auto offset =
         static_cast<uint64_t>(static_cast<const char *>(dynamic_cast<const void *>(port)) - base);
-    const std::string type = without_blanks(p.cxxType);
+    const MemberPlace *innermost = nullptr;
     for (size_t i = 0; layout && i < layout->members.size(); ++i)
-      if (layout->members[i].offset == offset && layout->members[i].type == type) {
-        wanted.back() = layout->members[i].name;
-        break;
-      }
+      if (layout->members[i].offset == offset)
+        innermost = &layout->members[i];
+    if (innermost && innermost->type.rfind("std::", 0) != 0 && innermost->type.rfind("__gnu_cxx::", 0) != 0)
+      wanted.back() = innermost->name;
     if (wanted.back() == p.basename)
       report("warning",
              "module '%s', port '%s': the port has no name of its own; name it in the module's "
@@ -211,7 +215,7 @@ std::string render_port_names(const std::vector<WrapperModule> &modules) {
   std::string table;
   for (size_t m = 0; m < modules.size(); ++m) {
     const WrapperModule &module = modules[m];
-    std::string ports = "nullptr";
+    std::string ports = "nullptr", uncarried = "nullptr, nullptr";
     if (!module.ports.empty()) {
       ports = "kPorts" + std::to_string(m);
       text += "const corvane_sc::PortName " + ports + "[] = {\n";
@@ -219,7 +223,14 @@ std::string render_port_names(const std::vector<WrapperModule> &modules) {
         text += "    {" + literal(port.basename) + ", " + literal(port.name) + "},\n";
       text += "};\n";
     }
-    table += "    {" + literal(module.name) + ", " + ports + ", " + std::to_string(module.ports.size()) + "},\n";
+    // The glue carries exactly the ports that have a SystemVerilog type.
+    for (const WrapperPort &port : module.ports)
+      if (port.shape.sv_type().empty()) {
+        uncarried = literal(port.name) + ", " + literal(port.cxxType);
+        break;
+      }
+    table += "    {" + literal(module.name) + ", " + ports + ", " + std::to_string(module.ports.size()) + ", " +
+             uncarried + "},\n";
   }
   if (modules.empty())
     return text + "} // namespace\n\nconst corvane_sc::DesignGlue corvane_sc::kDesignGlue = {\n"

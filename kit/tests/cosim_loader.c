@@ -1,7 +1,7 @@
 /* A minimal simulator host: loads a libcorvanesc.so with dlopen() and
  * drives it through corvane_sc_cosim.h, as a simulator does.
  *
- *   kit_cosim_loader <library> counter|two_modules|ports
+ *   kit_cosim_loader <library> counter|two_modules|ports|stranded
  *
  * Each scenario is a table of steps for one of the kit tests' designs.
  * Prints one line per failed check and ends with status 1 if there was any. */
@@ -108,7 +108,8 @@ static void run(const Step *steps, size_t count) {
 
 enum {
   OK = CORVANE_SC_OK, ARG = CORVANE_SC_ERR_ARGUMENT, PORT = CORVANE_SC_ERR_UNKNOWN_PORT,
-  VALUE = CORVANE_SC_ERR_BAD_VALUE, DIRECTION = CORVANE_SC_ERR_DIRECTION, KIND = CORVANE_SC_ERR_KIND
+  VALUE = CORVANE_SC_ERR_BAD_VALUE, DIRECTION = CORVANE_SC_ERR_DIRECTION, KIND = CORVANE_SC_ERR_KIND,
+  SYSTEMC = CORVANE_SC_ERR_SYSTEMC
 };
 /* Steps; one with a trailing code (and message) must fail so.  BAD writes a value that does not fit. */
 #define I(inst, module, ...) {'I', inst, module, 0, __VA_ARGS__}
@@ -156,8 +157,11 @@ static const Step two_modules[] = {
 
 static const Step ports[] = {
     I("o", "odd", FAILED, "module 'odd', port 'level': the library carries no sc_core::sc_inout<double>"),
-    /* The refused module left nothing behind: its name is free, and the
-     * kernel elaborates the rest. */
+    I("o", "producer", FAILED, "module 'producer', port 'out': the library carries no sc_core::sc_port<write_if, "),
+    I("o", "shy", FAILED, "module 'shy': the wrapper generator did not describe it"),
+    I("o", "grows", FAILED, "module 'grows', port 'port_1': the library carries no sc_core::sc_port<write_if, "),
+    /* The refused modules left nothing behind: no process prints, the name
+     * is free, and the kernel elaborates the rest. */
     I("o", "all_types"), I("m", "mixer"), I("w", "wide"), I("i", "inc12"),
     /* Names from the source, in the wrapper's order. */
     P("m", "enable_0_2", 7, 1), P("w", "sum", 3, 200), P("m", "strobe_fall", 10, 1),
@@ -196,13 +200,20 @@ static const Step ports[] = {
     WORDS('v', "w", "sum", 4, ~0ull, ~0ull, ~0ull, ~0ull),
 };
 
+/* Taken back after construction, grows left its process behind. */
+static const Step stranded[] = {
+    I("busy", "grows", FAILED, "not see); the kernel cannot go on: instance 'busy' of module 'grows' left processes"),
+    I("o", "odd", FAILED, "the kernel cannot go on"), A(NULL, SYSTEMC, "the kernel cannot go on"),
+};
+
 #define SCENARIO(steps, modules) {#steps, modules, steps, sizeof steps / sizeof steps[0]}
 static const struct {
   const char *name, *modules; /* the modules the library exports, in order */
   const Step *steps;
   size_t count;
 } scenarios[] = {SCENARIO(counter, "counter "), SCENARIO(two_modules, "adder shift_reg "),
-                 SCENARIO(ports, "mixer wide inc12 all_types odd ")};
+                 SCENARIO(ports, "mixer wide inc12 producer grows shy all_types odd "),
+                 SCENARIO(stranded, "mixer wide inc12 producer grows shy all_types odd ")};
 
 int main(int argc, char **argv) {
   void *library = argc == 3 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;

@@ -2,7 +2,7 @@
 """End-to-end tests of the runtime kit: the real quillc builds a real SystemC
 design once per case, with the environment quillc-env gives; then come the
 files made, the exact wrapper and Verilator's lint of it, and a simulator
-host (kit_cosim_loader) driving libcorvanesc.so.
+host (kit_cosim_loader) driving libcorvanesc.so under valgrind.
 
     kit_test.py --quillc Q --env E --loader L --root R Case [Case.test_x ...]
 """
@@ -54,9 +54,10 @@ class QuillcRun(unittest.TestCase):
 
 class Example(QuillcRun):
     """A design that builds: `stem`.cpp holds the exported `modules`, whose
-    wrapper is expected/`scenario`.sv, driven by the loader's `scenario`."""
+    wrapper is expected/`scenario`.sv, driven by the loader's `scenario`
+    and `more_scenarios`."""
 
-    stem, modules, scenario, errors = "", [], "", ""
+    stem, modules, scenario, errors, more_scenarios = "", [], "", "", ()
 
     def test_every_step_builds(self):
         self.assertEqual((self.status, self.err), (0, self.errors))
@@ -72,9 +73,11 @@ class Example(QuillcRun):
             self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), module)
 
     def test_simulator(self):
-        host = self.call(ARGS.loader, os.path.join(self.work, "libcorvanesc.so"), self.scenario, timeout=120)
-        self.assertEqual(host.stdout + host.stderr, f"{self.scenario}: 0 failed checks\n")
-        self.assertEqual(host.returncode, 0)
+        for scenario in self.scenario, *self.more_scenarios:
+            host = self.call("valgrind", "-q", "--error-exitcode=9", ARGS.loader,
+                             os.path.join(self.work, "libcorvanesc.so"), scenario, timeout=240)
+            self.assertEqual(host.stdout + host.stderr, f"{scenario}: 0 failed checks\n")
+            self.assertEqual(host.returncode, 0)
 
 
 class Counter(Example):
@@ -107,10 +110,16 @@ class Ports(Example):
     its unnamed port keeps SystemC's name.  The unmapped ports are named and
     the rest of the wrapper is written."""
     sources = ["kit/tests/data/" + name for name in ("ports.h", "ports.cpp", "types.cpp")]
-    arguments = ["-module", "mixer", "-module", "wide", "-module", "inc12", "ports.cpp",
-                 "-module", "all_types", "-module", "odd", "types.cpp"]
-    stem, modules, scenario = "ports", ["mixer", "wide", "inc12", "all_types", "odd"], "ports"
-    errors = ("wrapper_generator: warning: sc_module/types_create.cpp: no port names from the source: "
+    arguments = ["-module", "mixer", "-module", "wide", "-module", "inc12", "-module", "producer", "-module", "grows",
+                 "-module", "shy", "ports.cpp", "-module", "all_types", "-module", "odd", "types.cpp"]
+    stem, modules, scenario = "ports", ["mixer", "wide", "inc12", "producer", "grows", "all_types", "odd"], "ports"
+    more_scenarios = ("stranded",)
+    errors = ("wrapper_generator: error: module 'producer', port 'out': no SystemVerilog type for C++ type "
+              "'sc_core::sc_port<write_if, 1, (sc_core::sc_port_policy)0>'; the port is left out of the wrapper\n"
+              "wrapper_generator: error: module 'producer', port 'pkt_out': no SystemVerilog type for C++ type "
+              "'sc_core::sc_out<pkt>'; the port is left out of the wrapper\n"
+              "wrapper_generator: error: module 'shy': cannot build an instance: not here\n"
+              "wrapper_generator: warning: sc_module/types_create.cpp: no port names from the source: "
               "../types.cpp:5:1: error: static_assert failed due to requirement '4 >= 10' "
               "\"needs GCC 10 or later\"\n"
               "wrapper_generator: warning: module 'odd', port 'port_0': the port has no name of its own; "

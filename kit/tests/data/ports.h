@@ -74,4 +74,34 @@ template <int W> SC_MODULE(inc) {
 
 typedef inc<12> inc12;
 
+
+// As in SystemC's producer/consumer and packet switch examples: ports of an
+// interface and of a struct of the design, which the library cannot carry.
+struct write_if : virtual sc_interface { virtual void write(char c) = 0; };
+struct pkt { int dest; };
+inline void sc_trace(sc_trace_file *, const pkt &, const std::string &) {}
+
+class producer : public sc_module {
+public:
+  sc_in<bool> clk;
+  sc_port<write_if> out;
+  sc_out<pkt> pkt_out;
+  SC_CTOR(producer) { SC_THREAD(run); }
+private:
+  void run() { std::cout << name() << " runs" << std::endl, out->write('x'); }
+};
+
+// A port that only the library's build has, and a process when named busy.
+SC_MODULE(grows) {
+  sc_in<bool> a;
+#ifdef SC_COSIM
+  sc_port<write_if> late;
+#endif
+  void run() {}
+  SC_CTOR(grows) { if (std::string(basename()) == "busy") SC_THREAD(run); }
+};
+
+// Throws in the wrapper generator, which names an instance after its module.
+SC_MODULE(shy) { SC_CTOR(shy) { if (std::string(basename()) == "shy") throw std::runtime_error("not here"); } };
+
 #endif

@@ -42,6 +42,18 @@ module inc12 (
 );
 endmodule
 
+module producer (
+  input bit clk
+  // out: no SystemVerilog type for sc_core::sc_port<write_if, 1, (sc_core::sc_port_policy)0>
+  // pkt_out: no SystemVerilog type for sc_core::sc_out<pkt>
+);
+endmodule
+
+module grows (
+  input bit a
+);
+endmodule
+
 module all_types (
   input bit b,
   input logic l,
