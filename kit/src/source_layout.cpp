@@ -342,12 +342,12 @@ ExportParse export_parse() {
   // its work directory, whatever thread parses.  (Last: the precompiled
   // header is made from elsewhere.)
   char *cwd = getcwd(nullptr, 0);
-  for (const std::string &word :
-       {std::string("-working-directory"), (cwd ? std::string(cwd) + "/" : std::string()) + kBuildDirectory}) {
+  parse.directory = (cwd ? std::string(cwd) + "/" : std::string()) + kBuildDirectory;
+  std::free(cwd);
+  for (const std::string &word : {std::string("-working-directory"), parse.directory}) {
     parse.arguments.push_back("-Xclang");
     parse.arguments.push_back(word);
   }
-  std::free(cwd);
 
   bool fits = true;
   for (const std::string &extra : extras)
@@ -388,6 +388,10 @@ bool read_export_layouts(const ExportParse &parse, const std::string &file, std:
   if (!unit)
     unit = parse_unit(*clang, index, file, args, kOptions, error);
   const bool parsed = unit != nullptr;
+  // The front end names a file by the build directory and the name it was
+  // reached by; the name alone is what the compile in that directory says.
+  if (const std::string prefix = parse.directory + "/"; !parsed && error.rfind(prefix, 0) == 0)
+    error.erase(0, prefix.size());
 
   if (parsed) {
     struct Aliases {

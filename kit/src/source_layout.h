@@ -34,6 +34,7 @@ struct ClassLayout {
 /// precompiled for libclang when it may stand for the plain header.
 struct ExportParse {
   std::vector<std::string> arguments;
+  std::string directory;   ///< The build directory, absolute.
   std::string precompiled; ///< Empty when every parse reads the plain header.
 };
 
