@@ -4,6 +4,7 @@
 
 #include <clang-c/Index.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -308,9 +309,10 @@ std::string precompiled_header_path() {
 }
 
 /// Whether the -Wcxx option \p option changes which file an #include
-/// reads.  libclang checks a precompiled header against the defines, the
-/// language and the target of the parse, and its headers' times and sizes,
-/// but not against the include paths it would have searched.
+/// reads, or makes the front end list them.  libclang checks a precompiled
+/// header against the defines, the language and the target of the parse,
+/// and its headers' times and sizes, but not against the include paths it
+/// would have searched.
 bool changes_header_lookup(const std::string &option) {
   for (const char *prefix : {"-I", "-i", "--include", "--sysroot", "-nostdinc", "-B", "--gcc-toolchain",
                              "-stdlib", "--stdlib", "-H", "-M"})
@@ -318,6 +320,32 @@ bool changes_header_lookup(const std::string &option) {
       return true;
   return false;
 }
+
+/// Whether the -Wcxx option \p option makes the front end print as it
+/// parses, in the order of the parses and with file names as they were
+/// reached.
+bool prints_while_parsing(const std::string &option) {
+  for (const char *exact : {"-H", "-v", "--verbose", "-###"})
+    if (option == exact)
+      return true;
+  return option.rfind("-M", 0) == 0 || option.rfind("-ftime-report", 0) == 0;
+}
+
+/// Restores the working directory when the parse is over.
+class WorkingDirectory {
+public:
+  WorkingDirectory() : m_Fd(open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+  ~WorkingDirectory() {
+    if (m_Fd >= 0) {
+      [[maybe_unused]] int ignored = fchdir(m_Fd);
+      close(m_Fd);
+    }
+  }
+  bool enter(const char *directory) { return m_Fd >= 0 && chdir(directory) == 0; }
+
+private:
+  int m_Fd;
+};
 
 } // namespace
 
@@ -329,29 +357,31 @@ std::string without_blanks(const std::string &text) {
   return out;
 }
 
-ExportParse export_parse() {
+ExportParse export_parse(bool concurrent) {
   ExportParse parse;
   const std::vector<std::string> extras = quillc_extra_options();
   parse.arguments = {"-x", "c++"};
   for (const std::string &word : compile_arguments(extras))
     parse.arguments.push_back(word);
   parse.arguments.push_back("-w");
-  // Relative paths of the compile meant the same from the build directory,
-  // where it ran.  Told to the front end proper rather than entered, nor
-  // given to libclang's driver, which would enter it: the process keeps
-  // its work directory, whatever thread parses.  (Last: the precompiled
-  // header is made from elsewhere.)
-  char *cwd = getcwd(nullptr, 0);
-  parse.directory = (cwd ? std::string(cwd) + "/" : std::string()) + kBuildDirectory;
-  std::free(cwd);
-  for (const std::string &word : {std::string("-working-directory"), parse.directory}) {
-    parse.arguments.push_back("-Xclang");
-    parse.arguments.push_back(word);
-  }
 
   bool fits = true;
-  for (const std::string &extra : extras)
+  for (const std::string &extra : extras) {
     fits = fits && !changes_header_lookup(extra);
+    concurrent = concurrent && !prints_while_parsing(extra);
+  }
+  if (concurrent) {
+    // Told to the front end proper rather than entered (nor given to
+    // libclang's driver, which would enter it): the process keeps its work
+    // directory, whatever thread parses.
+    char *cwd = getcwd(nullptr, 0);
+    parse.directory = (cwd ? std::string(cwd) + "/" : std::string()) + kBuildDirectory;
+    std::free(cwd);
+    for (const std::string &word : {std::string("-working-directory"), parse.directory}) {
+      parse.arguments.push_back("-Xclang");
+      parse.arguments.push_back(word);
+    }
+  }
   struct stat status;
   if (const std::string pch = precompiled_header_path(); fits && !pch.empty() && stat(pch.c_str(), &status) == 0)
     parse.precompiled = pch;
@@ -363,8 +393,12 @@ bool read_export_layouts(const ExportParse &parse, const std::string &file, std:
   const LibClang *clang = libclang(error);
   if (!clang)
     return false;
+  // The compile ran in the build directory; relative paths mean the same
+  // here only from there.
+  WorkingDirectory cwd;
   struct stat status;
-  if (stat(kBuildDirectory, &status) != 0 || !S_ISDIR(status.st_mode) || access(kBuildDirectory, X_OK) != 0) {
+  if (parse.directory.empty() ? !cwd.enter(kBuildDirectory)
+                              : stat(parse.directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
     error = std::string("cannot enter ") + kBuildDirectory;
     return false;
   }
@@ -388,9 +422,10 @@ bool read_export_layouts(const ExportParse &parse, const std::string &file, std:
   if (!unit)
     unit = parse_unit(*clang, index, file, args, kOptions, error);
   const bool parsed = unit != nullptr;
-  // The front end names a file by the build directory and the name it was
-  // reached by; the name alone is what the compile in that directory says.
-  if (const std::string prefix = parse.directory + "/"; !parsed && error.rfind(prefix, 0) == 0)
+  // Told the build directory, the front end names a file by it and the
+  // name it was reached by; the name alone is what the compile there says.
+  if (const std::string prefix = parse.directory + "/"; !parsed && !parse.directory.empty() &&
+                                                        error.rfind(prefix, 0) == 0)
     error.erase(0, prefix.size());
 
   if (parsed) {
@@ -424,7 +459,6 @@ bool read_export_layouts(const ExportParse &parse, const std::string &file, std:
   return parsed;
 }
 
-
 bool precompile_systemc_header(const std::string &header, const std::string &output,
                                std::vector<std::string> &inputs, std::string &error) {
   const LibClang *clang = libclang(error);
@@ -432,8 +466,7 @@ bool precompile_systemc_header(const std::string &header, const std::string &out
     return false;
   // Exactly the parse of an export source, but of the header alone, kept
   // for saving as libclang precompiles a header, from where it is run.
-  ExportParse parse = export_parse();
-  parse.arguments.resize(parse.arguments.size() - 4); // -working-directory DIR
+  const ExportParse parse = export_parse(false);
   std::vector<const char *> args;
   for (const std::string &word : parse.arguments)
     args.push_back(word == "c++" ? "c++-header" : word.c_str());

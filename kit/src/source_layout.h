@@ -34,19 +34,22 @@ struct ClassLayout {
 /// precompiled for libclang when it may stand for the plain header.
 struct ExportParse {
   std::vector<std::string> arguments;
-  std::string directory;   ///< The build directory, absolute.
+  std::string directory;   ///< Empty unless sources may be parsed at once.
   std::string precompiled; ///< Empty when every parse reads the plain header.
 };
 
-/// The parse of this run's export sources; made once, before any parse.
-ExportParse export_parse();
+/// The parse of this run's export sources, made once before any parse;
+/// \p concurrent asks for parses that may run at once, which the -Wcxx
+/// options may refuse (those that make the front end print as it parses).
+ExportParse export_parse(bool concurrent);
 
 /// Parses the export source \p file (named relative to the build directory,
 /// as its compile names it) as \p parse says, and gives the layout of each
 /// corvane_sc_exported_type_<n> by n.  False with \p error when libclang
 /// cannot be loaded or the source does not parse.  A precompiled header
 /// that does not fit (stale, or other options) only costs a plain parse.
-/// Several threads may parse at once, each its own source.
+/// Several threads may parse at once, each its own source, when \p parse
+/// has a directory.
 bool read_export_layouts(const ExportParse &parse, const std::string &file,
                          std::map<int, ClassLayout> &layouts, std::string &error);
 

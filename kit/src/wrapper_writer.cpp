@@ -176,8 +176,8 @@ private:
   void wait_for(Source &source) {
     std::unique_lock<std::mutex> hold(m_Mutex);
     if (!m_Parse) {
-      m_Parse = export_parse();
-      for (unsigned i = 1; i < m_Jobs && i < m_Sources.size(); ++i)
+      m_Parse = export_parse(m_Jobs > 1);
+      for (unsigned i = 1; !m_Parse->directory.empty() && i < m_Jobs && i < m_Sources.size(); ++i)
         try {
           m_Helpers.emplace_back([this] { help(); });
         } catch (const std::system_error &) {
