@@ -33,9 +33,8 @@ declare -A systemc_of=([plain]="$scratch/plain/kit/systemc" [pch]="$SYSTEMC_PATH
 declare -A jobs_of=([plain]=1 [pch]=1 [pch-jobs]=$jobs)
 
 design="$scratch/design"
-# shellcheck disable=SC2046
-(cd "$scratch" && "$root/bench/make_design.sh" "$sources" "$design" >args)
-(cd "$design" && "$build/quillc" $(cat "$scratch/args") >"$scratch/build.out" 2>&1) ||
+read -ra arguments < <("$root/bench/make_design.sh" "$sources" "$design")
+(cd "$design" && "$build/quillc" "${arguments[@]}" >"$scratch/build.out" 2>&1) ||
   { cat "$scratch/build.out" >&2; exit 1; }
 [ -x "$design/sc_module/wrapper_generator" ] || { echo "bench: the design did not build" >&2; exit 1; }
 
