@@ -34,8 +34,11 @@ if(QUILLC_BUILD_KIT)
     DESTINATION ${QUILLC_KIT_INSTALL_DIR} COMPONENT runtime
     PATTERN systemc.h.gch EXCLUDE
     PATTERN systemc.h.gch.new.* EXCLUDE
+    PATTERN systemc.h.pch* EXCLUDE
     PATTERN pch.d EXCLUDE
-    PATTERN pch.id EXCLUDE)
+    PATTERN pch.id EXCLUDE
+    PATTERN clang_pch PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                                  WORLD_READ WORLD_EXECUTE)
   # The installed quillc-env: the same command, finding the kit from bin/.
   file(RELATIVE_PATH QUILLC_KIT_FROM_ENV /${CMAKE_INSTALL_BINDIR} /${QUILLC_KIT_INSTALL_DIR})
   configure_file(kit/quillc-env.in ${PROJECT_BINARY_DIR}/install/quillc-env @ONLY)

@@ -5,13 +5,16 @@
 #include <clang-c/Index.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 #include <sstream>
 
 namespace corvane_sc {
@@ -49,9 +52,14 @@ struct LibClang {
   X(clang_Type_visitFields)                                                                        \
   X(clang_Cursor_getOffsetOfField)                                                                 \
   X(clang_getArraySize)                                                                            \
-  X(clang_getArrayElementType)
+  X(clang_getArrayElementType)                                                                     \
+  X(clang_saveTranslationUnit)                                                                     \
+  X(clang_getInclusions)                                                                           \
+  X(clang_getFileName)                                                                             \
+  X(clang_getClangVersion)
 #define CORVANE_CLANG_MEMBER(name) decltype(&::name) name = nullptr;
   CORVANE_CLANG_FUNCTIONS(CORVANE_CLANG_MEMBER)
+  std::string file; ///< The file loaded, without symbolic links.
 };
 
 /// libclang, loaded on first use; null with \p error when it is not there.
@@ -79,6 +87,12 @@ const LibClang *libclang(std::string &error) {
     return nullptr;                                                                                \
   }
     CORVANE_CLANG_FUNCTIONS(CORVANE_CLANG_FIND)
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void *>(lib->clang_createIndex), &info) && info.dli_fname) {
+      char *resolved = realpath(info.dli_fname, nullptr);
+      lib->file = resolved ? resolved : info.dli_fname;
+      std::free(resolved);
+    }
     return lib;
   }();
   error = failure;
@@ -253,6 +267,70 @@ private:
   ClassLayout *m_Layout = nullptr;
 };
 
+/// Making a CXIndex sets up LLVM's process-wide target registry, which two
+/// threads must not do at once; parses on indexes of their own may.
+CXIndex new_index(const LibClang &clang) {
+  static std::mutex creating;
+  std::lock_guard<std::mutex> hold(creating);
+  return clang.clang_createIndex(0, 0);
+}
+
+/// Parses \p file with \p args; the unit, or null with \p error when
+/// libclang fails or reports an error.
+CXTranslationUnit parse_unit(const LibClang &clang, CXIndex index, const std::string &file,
+                             const std::vector<const char *> &args, unsigned options, std::string &error) {
+  CXTranslationUnit unit = nullptr;
+  const CXErrorCode code = clang.clang_parseTranslationUnit2(
+      index, file.c_str(), args.data(), static_cast<int>(args.size()), nullptr, 0, options, &unit);
+  bool parsed = code == CXError_Success && unit;
+  if (!parsed)
+    error = "libclang could not parse it (error " + std::to_string(code) + ")";
+  for (unsigned i = 0; parsed && i < clang.clang_getNumDiagnostics(unit); ++i) {
+    CXDiagnostic diagnostic = clang.clang_getDiagnostic(unit, i);
+    if (clang.clang_getDiagnosticSeverity(diagnostic) >= CXDiagnostic_Error) {
+      error = text_of(clang, clang.clang_formatDiagnostic(
+                                 diagnostic, CXDiagnostic_DisplaySourceLocation | CXDiagnostic_DisplayColumn));
+      parsed = false;
+    }
+    clang.clang_disposeDiagnostic(diagnostic);
+  }
+  if (!parsed && unit) {
+    clang.clang_disposeTranslationUnit(unit);
+    unit = nullptr;
+  }
+  return unit;
+}
+
+/// Where the kit keeps systemc.h precompiled for libclang, beside the
+/// record of gcc's precompiled headers and out of every include path.
+std::string precompiled_header_path() {
+  const char *systemc = std::getenv("SYSTEMC_PATH");
+  return systemc && *systemc ? std::string(systemc) + "/systemc.h.pch" : "";
+}
+
+/// Whether the -Wcxx option \p option changes which file an #include
+/// reads, or makes the front end list them.  libclang checks a precompiled
+/// header against the defines, the language and the target of the parse,
+/// and its headers' times and sizes, but not against the include paths it
+/// would have searched.
+bool changes_header_lookup(const std::string &option) {
+  for (const char *prefix : {"-I", "-i", "--include", "--sysroot", "-nostdinc", "-B", "--gcc-toolchain",
+                             "-stdlib", "--stdlib", "-H", "-M"})
+    if (option.rfind(prefix, 0) == 0)
+      return true;
+  return false;
+}
+
+/// Whether the -Wcxx option \p option makes the front end print as it
+/// parses, in the order of the parses and with file names as they were
+/// reached.
+bool prints_while_parsing(const std::string &option) {
+  for (const char *exact : {"-H", "-v", "--verbose", "-###"})
+    if (option == exact)
+      return true;
+  return option.rfind("-M", 0) == 0 || option.rfind("-ftime-report", 0) == 0;
+}
+
 /// Restores the working directory when the parse is over.
 class WorkingDirectory {
 public:
@@ -279,41 +357,76 @@ std::string without_blanks(const std::string &text) {
   return out;
 }
 
-bool read_export_layouts(const std::string &file, std::map<int, ClassLayout> &layouts,
+ExportParse export_parse(bool concurrent) {
+  ExportParse parse;
+  const std::vector<std::string> extras = quillc_extra_options();
+  parse.arguments = {"-x", "c++"};
+  for (const std::string &word : compile_arguments(extras))
+    parse.arguments.push_back(word);
+  parse.arguments.push_back("-w");
+
+  bool fits = true;
+  for (const std::string &extra : extras) {
+    fits = fits && !changes_header_lookup(extra);
+    concurrent = concurrent && !prints_while_parsing(extra);
+  }
+  if (concurrent) {
+    // Told to the front end proper rather than entered (nor given to
+    // libclang's driver, which would enter it): the process keeps its work
+    // directory, whatever thread parses.
+    char *cwd = getcwd(nullptr, 0);
+    parse.directory = (cwd ? std::string(cwd) + "/" : std::string()) + kBuildDirectory;
+    std::free(cwd);
+    for (const std::string &word : {std::string("-working-directory"), parse.directory}) {
+      parse.arguments.push_back("-Xclang");
+      parse.arguments.push_back(word);
+    }
+  }
+  struct stat status;
+  if (const std::string pch = precompiled_header_path(); fits && !pch.empty() && stat(pch.c_str(), &status) == 0)
+    parse.precompiled = pch;
+  return parse;
+}
+
+bool read_export_layouts(const ExportParse &parse, const std::string &file, std::map<int, ClassLayout> &layouts,
                          std::string &error) {
   const LibClang *clang = libclang(error);
   if (!clang)
     return false;
-  const std::vector<std::string> words = compile_arguments(quillc_extra_options());
-  std::vector<const char *> args = {"-x", "c++"};
-  for (const std::string &word : words)
-    args.push_back(word.c_str());
-  args.push_back("-w");
-
   // The compile ran in the build directory; relative paths mean the same
   // here only from there.
   WorkingDirectory cwd;
-  if (!cwd.enter(kBuildDirectory)) {
+  struct stat status;
+  if (parse.directory.empty() ? !cwd.enter(kBuildDirectory)
+                              : stat(parse.directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
     error = std::string("cannot enter ") + kBuildDirectory;
     return false;
   }
-  CXIndex index = clang->clang_createIndex(0, 0);
+  std::vector<const char *> args;
+  for (const std::string &word : parse.arguments)
+    args.push_back(word.c_str());
+  constexpr unsigned kOptions = CXTranslationUnit_SkipFunctionBodies;
+  CXIndex index = new_index(*clang);
   CXTranslationUnit unit = nullptr;
-  const CXErrorCode code = clang->clang_parseTranslationUnit2(
-      index, file.c_str(), args.data(), static_cast<int>(args.size()), nullptr, 0,
-      CXTranslationUnit_SkipFunctionBodies, &unit);
-  bool parsed = code == CXError_Success && unit;
-  if (!parsed)
-    error = "libclang could not parse it (error " + std::to_string(code) + ")";
-  for (unsigned i = 0; parsed && i < clang->clang_getNumDiagnostics(unit); ++i) {
-    CXDiagnostic diagnostic = clang->clang_getDiagnostic(unit, i);
-    if (clang->clang_getDiagnosticSeverity(diagnostic) >= CXDiagnostic_Error) {
-      error = text_of(*clang, clang->clang_formatDiagnostic(
-                                  diagnostic, CXDiagnostic_DisplaySourceLocation | CXDiagnostic_DisplayColumn));
-      parsed = false;
-    }
-    clang->clang_disposeDiagnostic(diagnostic);
+  if (!parse.precompiled.empty()) {
+    // The source's first line includes systemc.h, which the precompiled
+    // header stands for.  libclang refuses one that does not fit the parse
+    // or whose headers changed, system headers too; the plain parse then
+    // decides alone.
+    std::vector<const char *> withHeader = args;
+    for (const char *word : {"-include-pch", parse.precompiled.c_str(), "-Xclang", "-fmodules-validate-system-headers"})
+      withHeader.push_back(word);
+    std::string ignored;
+    unit = parse_unit(*clang, index, file, withHeader, kOptions, ignored);
   }
+  if (!unit)
+    unit = parse_unit(*clang, index, file, args, kOptions, error);
+  const bool parsed = unit != nullptr;
+  // Told the build directory, the front end names a file by it and the
+  // name it was reached by; the name alone is what the compile there says.
+  if (const std::string prefix = parse.directory + "/"; !parsed && !parse.directory.empty() &&
+                                                        error.rfind(prefix, 0) == 0)
+    error.erase(0, prefix.size());
 
   if (parsed) {
     struct Aliases {
@@ -344,6 +457,68 @@ bool read_export_layouts(const std::string &file, std::map<int, ClassLayout> &la
     clang->clang_disposeTranslationUnit(unit);
   clang->clang_disposeIndex(index);
   return parsed;
+}
+
+bool precompile_systemc_header(const std::string &header, const std::string &output,
+                               std::vector<std::string> &inputs, std::string &error) {
+  const LibClang *clang = libclang(error);
+  if (!clang)
+    return false;
+  // Exactly the parse of an export source, but of the header alone, kept
+  // for saving as libclang precompiles a header, from where it is run.
+  const ExportParse parse = export_parse(false);
+  std::vector<const char *> args;
+  for (const std::string &word : parse.arguments)
+    args.push_back(word == "c++" ? "c++-header" : word.c_str());
+  CXIndex index = new_index(*clang);
+  CXTranslationUnit unit =
+      parse_unit(*clang, index, header, args,
+                 CXTranslationUnit_SkipFunctionBodies | CXTranslationUnit_Incomplete |
+                     CXTranslationUnit_ForSerialization,
+                 error);
+  bool saved = unit != nullptr;
+  if (unit) {
+    if (const int code = clang->clang_saveTranslationUnit(unit, output.c_str(), 0); code != CXSaveError_None) {
+      error = "libclang could not save it (error " + std::to_string(code) + ")";
+      saved = false;
+    }
+    struct Inputs {
+      const LibClang *clang;
+      std::vector<std::string> *files;
+    } read{clang, &inputs};
+    clang->clang_getInclusions(
+        unit,
+        [](CXFile file, CXSourceLocation *, unsigned, CXClientData data) {
+          auto *r = static_cast<Inputs *>(data);
+          // libclang reaches gcc's headers through /../lib/gcc/...: the
+          // files' own names make the list comparable with gcc's.
+          std::string name = text_of(*r->clang, r->clang->clang_getFileName(file));
+          if (char *resolved = realpath(name.c_str(), nullptr)) {
+            name = resolved;
+            std::free(resolved);
+          }
+          if (std::find(r->files->begin(), r->files->end(), name) == r->files->end())
+            r->files->push_back(name);
+        },
+        &read);
+    clang->clang_disposeTranslationUnit(unit);
+  }
+  clang->clang_disposeIndex(index);
+  return saved;
+}
+
+bool libclang_identity(std::string &identity, std::string &error) {
+  const LibClang *clang = libclang(error);
+  if (!clang)
+    return false;
+  struct stat status;
+  if (stat(clang->file.c_str(), &status) != 0) {
+    error = "cannot find the file of libclang";
+    return false;
+  }
+  identity = clang->file + " " + std::to_string(status.st_size) + " " + std::to_string(status.st_mtime) + " " +
+             text_of(*clang, clang->clang_getClangVersion());
+  return true;
 }
 
 } // namespace corvane_sc

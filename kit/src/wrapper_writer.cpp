@@ -8,12 +8,18 @@
 
 #include <systemc>
 
+#include <algorithm>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <set>
+#include <system_error>
+#include <thread>
 
 namespace corvane_sc {
 
@@ -85,27 +91,68 @@ bool write_file(const std::string &path, const std::string &text) {
   return written;
 }
 
-/// The member names that the front end read, by export source; a source
-/// is parsed once, and only when a port needs a name from it.
+/// Parses at once at most: each holds SystemC's whole AST, over 100 MB.
+constexpr unsigned kMaxParseJobs = 8;
+
+/// How many export sources may be parsed at once: QUILLC_JOBS, which
+/// quillc checks before it runs anything; 1 without it.  Run by hand with
+/// a value that is not a positive whole number, the generator says so and
+/// parses one at a time.
+unsigned parse_jobs() {
+  const char *value = std::getenv("QUILLC_JOBS");
+  if (!value || !*value)
+    return 1;
+  // Saturating: any number of digits is still a number.
+  unsigned jobs = 0;
+  const char *c = value;
+  for (; *c >= '0' && *c <= '9'; ++c)
+    jobs = std::min(jobs * 10 + static_cast<unsigned>(*c - '0'), kMaxParseJobs);
+  if (*c || jobs == 0) {
+    report("warning", "QUILLC_JOBS='%s' is not a positive whole number; sources are parsed one at a time", value);
+    return 1;
+  }
+  return jobs;
+}
+
+/// The member names that the front end read, by export source.  A source
+/// is parsed once, and only when a port needs a name from it.  With more
+/// than one job, the first such need starts helper threads that parse the
+/// sources of the modules still to come, in their order, so that the run
+/// loop mostly finds its parse done; a source that turns out not to be
+/// needed was parsed for nothing.  Warnings come where the loop asks, so
+/// the output does not depend on the jobs.
 class SourceNames {
 public:
+  SourceNames(const std::vector<ExportedModule> &modules, unsigned jobs) : m_Jobs(jobs) {
+    for (const ExportedModule &module : modules)
+      if (m_Index.try_emplace(module.file, m_Sources.size()).second)
+        m_Sources.emplace_back().file = module.file;
+  }
+
+  ~SourceNames() {
+    {
+      std::lock_guard<std::mutex> hold(m_Mutex);
+      m_Stopping = true;
+    }
+    for (std::thread &helper : m_Helpers)
+      helper.join();
+  }
+
   /// The layout of \p module's class, or null (with a warning the first
   /// time for its source) when there is none to trust.
   const ClassLayout *layout(const ExportedModule &module) {
-    auto [it, fresh] = m_Sources.try_emplace(module.file);
-    if (fresh) {
-      std::map<int, ClassLayout> layouts;
-      std::string error;
-      if (read_export_layouts(module.file, layouts, error))
-        it->second = std::move(layouts);
-      else
+    Source &source = m_Sources[m_Index.at(module.file)];
+    if (!source.asked) {
+      source.asked = true;
+      wait_for(source);
+      if (!source.parsed)
         report("warning", "%s/%s: no port names from the source: %s", kBuildDirectory, module.file.c_str(),
-               error.c_str());
+               source.error.c_str());
     }
-    if (!it->second)
+    if (!source.parsed)
       return nullptr;
-    auto found = it->second->find(module.tag);
-    if (found == it->second->end() || found->second.size != module.size) {
+    auto found = source.layouts.find(module.tag);
+    if (found == source.layouts.end() || found->second.size != module.size) {
       report("warning", "module '%s': the class that the source declares is not the one compiled",
              module.name.c_str());
       return nullptr;
@@ -114,7 +161,76 @@ public:
   }
 
 private:
-  std::map<std::string, std::optional<std::map<int, ClassLayout>>> m_Sources;
+  enum class State { Waiting, Parsing, Done };
+  struct Source {
+    std::string file;
+    State state = State::Waiting;
+    bool parsed = false;
+    std::map<int, ClassLayout> layouts;
+    std::string error;
+    bool asked = false; ///< By the run loop, which alone reads the results.
+  };
+
+  /// Returns once \p source is parsed, parsing it here when nobody has
+  /// started it, or the next waiting source meanwhile.
+  void wait_for(Source &source) {
+    std::unique_lock<std::mutex> hold(m_Mutex);
+    if (!m_Parse) {
+      m_Parse = export_parse(m_Jobs > 1);
+      for (unsigned i = 1; !m_Parse->directory.empty() && i < m_Jobs && i < m_Sources.size(); ++i)
+        try {
+          m_Helpers.emplace_back([this] { help(); });
+        } catch (const std::system_error &) {
+          break; // fewer helpers; the parses still happen
+        }
+    }
+    while (source.state != State::Done) {
+      Source *next = source.state == State::Waiting ? &source : next_waiting();
+      if (next)
+        parse(*next, hold);
+      else
+        m_Done.wait(hold);
+    }
+  }
+
+  void help() {
+    std::unique_lock<std::mutex> hold(m_Mutex);
+    while (Source *next = m_Stopping ? nullptr : next_waiting())
+      parse(*next, hold);
+  }
+
+  /// The first source that nobody has started, in the modules' order.
+  Source *next_waiting() {
+    for (; m_NextWaiting < m_Sources.size(); ++m_NextWaiting)
+      if (m_Sources[m_NextWaiting].state == State::Waiting)
+        return &m_Sources[m_NextWaiting];
+    return nullptr;
+  }
+
+  /// Parses \p source with \p hold released meanwhile.
+  void parse(Source &source, std::unique_lock<std::mutex> &hold) {
+    source.state = State::Parsing;
+    hold.unlock();
+    std::map<int, ClassLayout> layouts;
+    std::string error;
+    const bool parsed = read_export_layouts(*m_Parse, source.file, layouts, error);
+    hold.lock();
+    source.parsed = parsed;
+    source.layouts = std::move(layouts);
+    source.error = std::move(error);
+    source.state = State::Done;
+    m_Done.notify_all();
+  }
+
+  const unsigned m_Jobs;
+  std::vector<Source> m_Sources;
+  std::map<std::string, size_t> m_Index;
+  std::optional<ExportParse> m_Parse; ///< Made at the first need.
+  std::mutex m_Mutex;
+  std::condition_variable m_Done;
+  std::vector<std::thread> m_Helpers;
+  size_t m_NextWaiting = 0;
+  bool m_Stopping = false;
 };
 
 /// The ports of \p instance, an instance of \p module, named.
@@ -250,7 +366,7 @@ int run_wrapper_generator() {
 
   int status = 0;
   std::vector<WrapperModule> modules;
-  SourceNames sources;
+  SourceNames sources(exported_modules(), parse_jobs());
   for (const ExportedModule &exported : exported_modules()) {
     std::printf("Module %s\n", exported.name.c_str());
     sc_core::sc_module *instance = nullptr;

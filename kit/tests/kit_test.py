@@ -129,6 +129,20 @@ class Ports(Example):
               "wrapper_generator: error: module 'odd', port 'line': no SystemVerilog type for C++ type "
               "'sc_core::sc_in_resolved'; the port is left out of the wrapper\n")
 
+    def test_parses_at_once_change_nothing_but_time(self):
+        def run(**jobs):
+            result = subprocess.run("sc_module/wrapper_generator", cwd=self.work, env=kit_environment() | jobs,
+                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=240)
+            files = [pathlib.Path(self.work, name).read_text() for name in
+                     ("wrapper.sv", "sc_module/sc_module_factory.cpp", "sc_module/port_type_mapping_funcs.hpp")]
+            return result.returncode, result.stdout, files
+        alone = run()
+        for jobs, warning in [("1", ""), ("2", ""), ("100000", ""), ("0", "0"), ("2x", "2x")]:
+            if warning:
+                warning = (f"wrapper_generator: warning: QUILLC_JOBS='{warning}' is not a positive whole number; "
+                           "sources are parsed one at a time\n")
+            self.assertEqual(run(QUILLC_JOBS=jobs), (alone[0], warning + alone[1], alone[2]), jobs)
+
 
 class CompileError(QuillcRun):
     sources = ["kit/tests/data/broken.cpp"]
