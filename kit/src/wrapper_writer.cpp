@@ -23,20 +23,62 @@ constexpr char kHeader[] =
     "// SystemVerilog wrappers of the SystemC modules exported by this build,\n"
     "// written by the wrapper generator.\n"
     "//\n"
-    "// The body of each module is its SystemC model in libcorvanesc.so, which\n"
-    "// the simulator connects to these ports; seen from HDL alone the inputs\n"
-    "// are unused and the outputs undriven, one file holds every module, and\n"
-    "// a linter that holds shortreal as real need not say so.\n"
-    "// verilator lint_off UNUSEDSIGNAL\n"
-    "// verilator lint_off UNDRIVEN\n"
+    "// The body of each module is its SystemC model in libcorvanesc.so, reached\n"
+    "// through DPI-C (corvane_sc_dpi.h): every instance builds its own SystemC\n"
+    "// instance, named after its hierarchical path, writes its inputs to the\n"
+    "// model whenever they change and takes its outputs back, with SystemC's\n"
+    "// time brought to the simulation's first.  The kernel starts once every\n"
+    "// instance exists: each builds its model in the first statement of an\n"
+    "// initial block and runs it only after a #0, so every initial block has\n"
+    "// begun by then.  A wake-up waits for SystemC's next event on its own;\n"
+    "// since a simulator may count a # delay in a unit other than this\n"
+    "// module's, the length of one delay unit is measured once at the start\n"
+    "// (one precision step) rather than assumed.  An error of the model ends\n"
+    "// the simulation through $fatal with its message; sc_stop() ends it\n"
+    "// through $finish.\n"
+    "//\n"
+    "// A simulator that holds no X or Z (Verilator) hands the model what it\n"
+    "// holds: X as 0 or its --x-assign value, Z as 0; the model's own X and Z\n"
+    "// come back as such where the simulator keeps them.\n"
+    "//\n"
+    "// Lint waivers: one file holds every module, each a top of its own when\n"
+    "// linted alone (DECLFILENAME, MULTITOP); a linter that holds shortreal as\n"
+    "// real need not say so (SHORTREAL); port names are the C++ model's and\n"
+    "// may be words of C++ (SYMRSVDWORD), which the simulator renames in its\n"
+    "// own code; an output is written from the model in the block that\n"
+    "// evaluates it, as a register would be (COMBDLY); the blocks that\n"
+    "// evaluate the model read every input, one of them on the model's own\n"
+    "// events (SYNCASYNCNET), and keep the wake-up's bookkeeping, which only\n"
+    "// they read, with blocking writes (BLKSEQ).\n"
+    "//\n"
+    "// The timed parts (the wake-ups and the start after every initial block\n"
+    "// has begun) need a simulator that runs delays; Verilator without\n"
+    "// --timing, as in a lint, sees the bodies without them.\n"
+    "`ifndef VERILATOR\n"
+    "`define CORVANE_SC_TIMED\n"
+    "`elsif VERILATOR_TIMING\n"
+    "`define CORVANE_SC_TIMED\n"
+    "`endif\n"
     "// verilator lint_off DECLFILENAME\n"
-    "// verilator lint_off SHORTREAL\n";
+    "// verilator lint_off MULTITOP\n"
+    "// verilator lint_off SHORTREAL\n"
+    "// verilator lint_off SYMRSVDWORD\n"
+    "// verilator lint_off COMBDLY\n"
+    "// verilator lint_off SYNCASYNCNET\n"
+    "// verilator lint_off BLKSEQ\n";
 
 constexpr char kFooter[] =
+    "// verilator lint_on BLKSEQ\n"
+    "// verilator lint_on SYNCASYNCNET\n"
+    "// verilator lint_on COMBDLY\n"
+    "// verilator lint_on SYMRSVDWORD\n"
     "// verilator lint_on SHORTREAL\n"
+    "// verilator lint_on MULTITOP\n"
     "// verilator lint_on DECLFILENAME\n"
-    "// verilator lint_on UNDRIVEN\n"
-    "// verilator lint_on UNUSEDSIGNAL\n";
+    "`undef CORVANE_SC_TIMED\n";
+
+/// The DPI glue that wrapper.sv calls, beside the other generated files.
+constexpr char kDpiGlueSource[] = "dpi_glue.cpp";
 
 /// Writes "wrapper_generator: <severity>: <text>\n" to standard error,
 /// after what standard output holds so far.
@@ -166,7 +208,7 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
   for (const WrapperModule &module : modules) {
     text += "\nmodule " + module.name;
     if (module.ports.empty()) {
-      text += ";\nendmodule\n";
+      text += ";\n" + render_module_body(module) + "endmodule\n";
       continue;
     }
     text += " (";
@@ -182,7 +224,7 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
       text += "  " + std::string(direction_name(port.shape.direction)) + " " + type + " " + port.name;
       separator = ",\n";
     }
-    text += "\n" + unmapped + ");\nendmodule\n";
+    text += "\n" + unmapped + ");\n" + render_module_body(module) + "endmodule\n";
   }
   return text + "\n" + kFooter;
 }
@@ -236,6 +278,7 @@ int run_wrapper_generator() {
   const std::string directory = std::string(kBuildDirectory) + "/";
   std::remove((directory + kPortTypeMappingHeader).c_str());
   std::remove((directory + kModuleFactorySource).c_str());
+  std::remove((directory + kDpiGlueSource).c_str());
 
   int status = 0;
   std::vector<WrapperModule> modules;
@@ -268,7 +311,8 @@ int run_wrapper_generator() {
 
   const bool written = write_file(kWrapperOutput, render_wrappers(modules)) &&
                        write_file(directory + kPortTypeMappingHeader, render_port_types(modules)) &&
-                       write_file(directory + kModuleFactorySource, render_port_names(modules));
+                       write_file(directory + kModuleFactorySource, render_port_names(modules)) &&
+                       write_file(directory + kDpiGlueSource, render_dpi_glue(modules));
   if (!written)
     return 1;
   std::printf("Wrote %s: %zu module%s\n", kWrapperOutput, modules.size(), modules.size() == 1 ? "" : "s");
