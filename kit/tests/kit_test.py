@@ -67,9 +67,9 @@ class Example(QuillcRun):
     def test_wrapper(self):
         self.assertEqual(pathlib.Path(self.work, "wrapper.sv").read_text(),
                          pathlib.Path(__file__).with_name("expected").joinpath(self.scenario + ".sv").read_text())
-        for module in self.modules:
-            lint = self.call("verilator", "--lint-only", "-Wall", "--top-module", module, "wrapper.sv")
-            self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), module)
+        for top in [[], ["--timing"]] + [["--top-module", module] for module in self.modules]:
+            lint = self.call("verilator", "--lint-only", "-Wall", *top, "wrapper.sv")
+            self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), top)
 
     def test_simulator(self):
         host = self.call(ARGS.loader, os.path.join(self.work, "libcorvanesc.so"), self.scenario, timeout=120)
