@@ -121,6 +121,52 @@ class Ports(Example):
               "'sc_core::sc_in_resolved'; the port is left out of the wrapper\n")
 
 
+class Cosim(QuillcRun):
+    """The models of data/cosim.cpp and the counter inside Verilator through
+    quillc-sim: two testbenches (1ns/1ps and 1ps/1ps tops), each printing a
+    line per check, the second traced."""
+    sources = ["examples/counter/counter.cpp"] + ["kit/tests/data/" + name for name in
+                                                  ("cosim.cpp", "cosim_tb.sv", "cosim_tb_ps.sv")]
+    arguments = ["-module", "counter", "counter.cpp", "-module", "comb", "-module", "ticker", "-module", "types",
+                 "-module", "guard", "cosim.cpp"]
+
+    def simulate(self, *arguments):
+        sim = os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim")
+        return self.call(sim, *arguments, timeout=400)
+
+    def expected(self, name):
+        return pathlib.Path(__file__).with_name("expected").joinpath(name).read_text()
+
+    def test_ns_testbench_then_the_models_error_ends_it(self):
+        run = self.simulate("cosim_tb.sv")
+        self.assertEqual(re.sub(r"wrapper\.sv:\d+", "wrapper.sv:N", run.stdout), self.expected("cosim_tb.txt"))
+        self.assertNotEqual(run.returncode, 0)
+
+    def test_ps_testbench_traced_and_not_rebuilt(self):
+        run = self.simulate("--trace=vcd", "cosim_tb_ps.sv")
+        self.assertEqual((run.stdout, run.returncode), (self.expected("cosim_tb_ps.txt"), 0), run.stderr)
+        log = pathlib.Path(self.work, "sim_build/cosim_tb_ps/verilator.log")
+        built = log.stat().st_mtime_ns
+        self.assertEqual(self.simulate("--trace=vcd", "cosim_tb_ps.sv").stdout, run.stdout)
+        self.assertEqual(log.stat().st_mtime_ns, built)
+        # The ticker's output at each of its changes, as the waveform holds it.
+        vcd = pathlib.Path(self.work, "sim_build/cosim_tb_ps/trace.vcd").read_text()
+        code = re.search(r"\$scope module tk \$end\s+(?:\$var [^$]*\$end\s+)*?\$var wire\s+8 (\S+) count ",
+                         vcd).group(1)
+        changes, now = [], 0
+        for line in vcd.split("\n"):
+            if line.startswith("#"):
+                now = int(line[1:])
+            elif line.endswith(" " + code) and line.startswith("b"):
+                changes.append((now, int(line[1:].split()[0], 2)))
+        self.assertEqual(changes, [(0, 0), (10000, 1), (20000, 2), (28002, 3), (38002, 4)])
+
+    def test_wrapper_lints_clean_as_a_whole(self):
+        for timing in [], ["--timing"]:
+            lint = self.call("verilator", "--lint-only", "-Wall", *timing, "wrapper.sv")
+            self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), timing)
+
+
 class CompileError(QuillcRun):
     sources = ["kit/tests/data/broken.cpp"]
     arguments = ["-module", "broken", "broken.cpp"]

@@ -110,17 +110,16 @@ module counter (
     sc$eval(0);
 `ifdef CORVANE_SC_TIMED
     begin
-      real sc$before;
-      sc$unit = 1e-15;
+      real sc$before, sc$probe = 1e-15;
       forever begin
         sc$before = $realtime;
-        #(sc$unit);
+        #(sc$probe);
         sc$eval(1);
         if ($realtime > sc$before)
           break;
-        sc$unit = sc$unit * 10;
+        sc$probe = sc$probe * 10;
       end
-      sc$unit = ($realtime - sc$before) / sc$unit;
+      sc$unit = ($realtime - sc$before) / sc$probe;
     end
     sc$eval(1);
 `endif

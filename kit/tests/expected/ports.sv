@@ -127,17 +127,16 @@ module mixer (
     sc$eval(0);
 `ifdef CORVANE_SC_TIMED
     begin
-      real sc$before;
-      sc$unit = 1e-15;
+      real sc$before, sc$probe = 1e-15;
       forever begin
         sc$before = $realtime;
-        #(sc$unit);
+        #(sc$probe);
         sc$eval(1);
         if ($realtime > sc$before)
           break;
-        sc$unit = sc$unit * 10;
+        sc$probe = sc$probe * 10;
       end
-      sc$unit = ($realtime - sc$before) / sc$unit;
+      sc$unit = ($realtime - sc$before) / sc$probe;
     end
     sc$eval(1);
 `endif
@@ -222,17 +221,16 @@ module wide (
     sc$eval(0);
 `ifdef CORVANE_SC_TIMED
     begin
-      real sc$before;
-      sc$unit = 1e-15;
+      real sc$before, sc$probe = 1e-15;
       forever begin
         sc$before = $realtime;
-        #(sc$unit);
+        #(sc$probe);
         sc$eval(1);
         if ($realtime > sc$before)
           break;
-        sc$unit = sc$unit * 10;
+        sc$probe = sc$probe * 10;
       end
-      sc$unit = ($realtime - sc$before) / sc$unit;
+      sc$unit = ($realtime - sc$before) / sc$probe;
     end
     sc$eval(1);
 `endif
@@ -308,17 +306,16 @@ module inc12 (
     sc$eval(0);
 `ifdef CORVANE_SC_TIMED
     begin
-      real sc$before;
-      sc$unit = 1e-15;
+      real sc$before, sc$probe = 1e-15;
       forever begin
         sc$before = $realtime;
-        #(sc$unit);
+        #(sc$probe);
         sc$eval(1);
         if ($realtime > sc$before)
           break;
-        sc$unit = sc$unit * 10;
+        sc$probe = sc$probe * 10;
       end
-      sc$unit = ($realtime - sc$before) / sc$unit;
+      sc$unit = ($realtime - sc$before) / sc$probe;
     end
     sc$eval(1);
 `endif
@@ -422,17 +419,16 @@ module all_types (
     sc$eval(0);
 `ifdef CORVANE_SC_TIMED
     begin
-      real sc$before;
-      sc$unit = 1e-15;
+      real sc$before, sc$probe = 1e-15;
       forever begin
         sc$before = $realtime;
-        #(sc$unit);
+        #(sc$probe);
         sc$eval(1);
         if ($realtime > sc$before)
           break;
-        sc$unit = sc$unit * 10;
+        sc$probe = sc$probe * 10;
       end
-      sc$unit = ($realtime - sc$before) / sc$unit;
+      sc$unit = ($realtime - sc$before) / sc$probe;
     end
     sc$eval(1);
 `endif
@@ -511,17 +507,16 @@ module odd (
     sc$eval(0);
 `ifdef CORVANE_SC_TIMED
     begin
-      real sc$before;
-      sc$unit = 1e-15;
+      real sc$before, sc$probe = 1e-15;
       forever begin
         sc$before = $realtime;
-        #(sc$unit);
+        #(sc$probe);
         sc$eval(1);
         if ($realtime > sc$before)
           break;
-        sc$unit = sc$unit * 10;
+        sc$probe = sc$probe * 10;
       end
-      sc$unit = ($realtime - sc$before) / sc$unit;
+      sc$unit = ($realtime - sc$before) / sc$probe;
     end
     sc$eval(1);
 `endif
