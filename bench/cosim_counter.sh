@@ -71,7 +71,7 @@ EOF
 echo "== building (not timed)"
 (cd "$scratch/a" && "$build/quillc" -module counter counter.cpp >quillc.out 2>&1 &&
   "$QUILLC_PATH/bin/quillc-sim" bench.sv >/dev/null)
-(cd "$scratch/b" && g++ -std=c++17 -O2 -I"$SYSTEMC_PATH/include" main.cpp -o counter_sc \
+(cd "$scratch/b" && g++ -std=c++2a -O2 -I"$SYSTEMC_PATH/include" -I"$QUILLC_PATH/include" main.cpp -o counter_sc \
   "$SYSTEMC_PATH/lib64/libsystemc.a" -pthread)
 (cd "$scratch/c" && verilator --binary --timing -Wno-fatal --Mdir obj -o bench bench.sv counter.sv \
   >verilator.log 2>&1)

@@ -14,9 +14,10 @@
  *     Builds an instance of M for the SystemVerilog instance whose
  *     hierarchical name is path, and returns its handle (0, 1, ...), or -1
  *     with corvane_sc_dpi_error() set.  The SystemC instance's name is path
- *     with every "." made ":", and ":", "%" and white space written as %3A,
- *     %25, %20 ...: distinct paths give distinct names, and "tb.pair.a"
- *     becomes "tb:pair:a".
+ *     with every "." made ":", and ":", "%", white space and other bytes
+ *     outside printable ASCII written as %3A, %25, %20 ...: distinct paths
+ *     give distinct names, and "TOP.tb.pair.a" (Verilator's paths begin
+ *     with TOP) becomes "TOP:tb:pair:a".
  *
  *   int corvane_sc_dpi_M_eval(int handle, int64_t now_ps, svBit run,
  *                             <the inputs>, <the outputs>, int64_t *next_ps);
@@ -40,6 +41,18 @@
  *       sc_lv<N>, any N               const svLogicVecVal * / svLogicVecVal *
  *       double, float                 double / double *
  *     so nothing is looked up by name and nothing is allocated per call.
+ *
+ * X and Z.  Four-valued ports carry DPI's a/b words, which share
+ * SystemC's encoding, so a simulator that holds X and Z passes them both
+ * ways exactly.  Verilator holds none at run time: an X that the
+ * testbench writes is already 0 or 1 there (its --x-assign and
+ * --x-initial rules), a Z reads as 0, and of the model's own X and Z it
+ * keeps the a bit, so X reads as 1 and Z as 0.  Known bits are exact.
+ *
+ * Errors.  A refused value, an exception or a SystemC error in the model,
+ * a model that oscillates (a million delta cycles at one time) or a bad
+ * handle makes the call return -1; wrapper.sv then calls $fatal with
+ * corvane_sc_dpi_error(), so the simulation ends with a non-zero status.
  *
  * Time.  Times are picoseconds.  wrapper.sv declares "timeunit 1ps;
  * timeprecision 1ps;" for its modules, so a simulation that holds it runs
