@@ -64,8 +64,13 @@ class Example(QuillcRun):
             self.assertTrue(self.exists(name), name)
         self.assertIn(f"Wrote wrapper.sv: {len(self.modules)} module", self.out)
 
+    bodies = False  # whether expected/`scenario`.sv holds the module bodies too
+
     def test_wrapper(self):
-        self.assertEqual(pathlib.Path(self.work, "wrapper.sv").read_text(),
+        wrapper = pathlib.Path(self.work, "wrapper.sv").read_text()
+        if not self.bodies:
+            wrapper = re.sub(r"(?m)(^\);\n|;\n(?=  timeunit))(.*\n)*?endmodule", r"\1endmodule", wrapper)
+        self.assertEqual(wrapper,
                          pathlib.Path(__file__).with_name("expected").joinpath(self.scenario + ".sv").read_text())
         for top in [[], ["--timing"]] + [["--top-module", module] for module in self.modules]:
             lint = self.call("verilator", "--lint-only", "-Wall", *top, "wrapper.sv")
@@ -80,7 +85,7 @@ class Example(QuillcRun):
 class Counter(Example):
     sources = ["examples/counter/counter.cpp"]
     arguments = ["-module", "counter", "counter.cpp"]
-    stem, modules, scenario = "counter", ["counter"], "counter"
+    stem, modules, scenario, bodies = "counter", ["counter"], "counter", True
 
     def test_generator_reports_the_ports(self):
         self.assertIn("\nModule counter\n  input clk: bool -> bit\n  input reset: bool -> bit\n"
@@ -134,17 +139,20 @@ class Cosim(QuillcRun):
         sim = os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim")
         return self.call(sim, *arguments, timeout=400)
 
-    def expected(self, name):
-        return pathlib.Path(__file__).with_name("expected").joinpath(name).read_text()
+    def assertChecks(self, out, count):
+        """The testbench printed `count` passed checks and no failed one."""
+        self.assertEqual((out.count("\nok: ") + out.startswith("ok: "), "FAILED" in out), (count, False), out)
 
     def test_ns_testbench_then_the_models_error_ends_it(self):
         run = self.simulate("cosim_tb.sv")
-        self.assertEqual(re.sub(r"wrapper\.sv:\d+", "wrapper.sv:N", run.stdout), self.expected("cosim_tb.txt"))
+        self.assertChecks(run.stdout, 29)
+        self.assertIn("Error: guard: 255 is not a value this model takes\nIn file: ../cosim.cpp:", run.stdout)
         self.assertNotEqual(run.returncode, 0)
 
     def test_ps_testbench_traced_and_not_rebuilt(self):
         run = self.simulate("--trace=vcd", "cosim_tb_ps.sv")
-        self.assertEqual((run.stdout, run.returncode), (self.expected("cosim_tb_ps.txt"), 0), run.stderr)
+        self.assertChecks(run.stdout, 6)
+        self.assertEqual(run.returncode, 0, run.stderr)
         log = pathlib.Path(self.work, "sim_build/cosim_tb_ps/verilator.log")
         built = log.stat().st_mtime_ns
         self.assertEqual(self.simulate("--trace=vcd", "cosim_tb_ps.sv").stdout, run.stdout)

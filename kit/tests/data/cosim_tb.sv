@@ -36,7 +36,8 @@ module cosim_tb;
   always #5 clk = ~clk;
 
   task automatic check(string what, logic [127:0] got, logic [127:0] expected);
-    $display("%s: %s = %0h", got === expected ? "ok" : "FAILED", what, got);
+    if (got === expected) $display("ok: %s = %0h", what, got);
+    else $display("FAILED: %s = %0h", what, got);
   endtask
 
   initial begin

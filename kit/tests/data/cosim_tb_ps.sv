@@ -12,7 +12,8 @@ module cosim_tb_ps;
   always #5000 clk = ~clk;
 
   task automatic check(string what, int got, int expected);
-    $display("%s: %s = %0d", got == expected ? "ok" : "FAILED", what, got);
+    if (got == expected) $display("ok: %s = %0d", what, got);
+    else $display("FAILED: %s = %0d", what, got);
   endtask
 
   initial begin
