@@ -116,9 +116,10 @@ bool settle() {
 }
 
 int64_t next_event_ps() {
-  if (!sc_core::sc_pending_activity())
-    return -1;
+  // With nothing pending, the time to the next activity is the time left.
   const sc_core::sc_time at = sc_core::sc_time_stamp() + sc_core::sc_time_to_pending_activity();
+  if (at == sc_core::sc_max_time())
+    return -1;
   const uint64_t unit = ps_value();
   if (unit)
     return static_cast<int64_t>((at.value() + unit - 1) / unit);
