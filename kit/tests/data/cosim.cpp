@@ -46,27 +46,17 @@ SC_MODULE(ticker) {
 // Every value family across the boundary, each output a known function of
 // its input; hold drives X and Z of its own.  interrupt is a C++ word.
 SC_MODULE(types) {
-  sc_in<sc_int<12>> s;
-  sc_out<sc_int<12>> s_neg;
-  sc_in<sc_uint<64>> u;
-  sc_out<sc_uint<64>> u_inv;
-  sc_in<long long> ll;
-  sc_out<long long> ll_half;
-  sc_in<sc_biguint<128>> w;
-  sc_out<sc_biguint<128>> w_inc;
-  sc_in<sc_bigint<100>> sw;
-  sc_out<sc_bigint<100>> sw_neg;
-  sc_in<sc_bv<70>> bv;
-  sc_out<sc_bv<70>> bv_inv;
-  sc_in<sc_lv<8>> l;
-  sc_out<sc_lv<8>> l_same;
+  sc_in<sc_int<12>> s; sc_out<sc_int<12>> s_neg;
+  sc_in<sc_uint<64>> u; sc_out<sc_uint<64>> u_inv;
+  sc_in<long long> ll; sc_out<long long> ll_half;
+  sc_in<sc_biguint<128>> w; sc_out<sc_biguint<128>> w_inc;
+  sc_in<sc_bigint<100>> sw; sc_out<sc_bigint<100>> sw_neg;
+  sc_in<sc_bv<70>> bv; sc_out<sc_bv<70>> bv_inv;
+  sc_in<sc_lv<8>> l; sc_out<sc_lv<8>> l_same;
   sc_out<sc_lv<4>> hold;
-  sc_in<sc_logic> bit_in;
-  sc_out<sc_logic> bit_out;
-  sc_in<double> r;
-  sc_out<double> r_twice;
-  sc_in<float> f;
-  sc_out<float> f_half;
+  sc_in<sc_logic> bit_in; sc_out<sc_logic> bit_out;
+  sc_in<double> r; sc_out<double> r_twice;
+  sc_in<float> f; sc_out<float> f_half;
   sc_out<bool> interrupt;
   void eval() {
     s_neg.write(-s.read());
