@@ -1,42 +1,25 @@
 // SystemVerilog wrappers of the SystemC modules exported by this build,
-// written by the wrapper generator.
+// written by the wrapper generator.  The body of each module is its
+// SystemC model in libcorvanesc.so, reached through DPI-C; how values,
+// time, X and Z, names and errors cross is told in corvane_sc_dpi.h.
 //
-// The body of each module is its SystemC model in libcorvanesc.so, reached
-// through DPI-C (corvane_sc_dpi.h): every instance builds its own SystemC
-// instance, named after its hierarchical path, writes its inputs to the
-// model whenever they change and takes its outputs back, with SystemC's
-// time brought to the simulation's first.  The kernel starts once every
-// instance exists: each builds its model in the first statement of an
-// initial block and runs it only after a #0, so every initial block has
-// begun by then.  A wake-up waits for SystemC's next event on its own;
-// since a simulator may count a # delay in a unit other than this
-// module's, the length of one delay unit is measured once at the start
-// (one precision step) rather than assumed.  An error of the model ends
-// the simulation through $fatal with its message; sc_stop() ends it
-// through $finish.
-//
-// A simulator that holds no X or Z (Verilator) hands the model what it
-// holds: X as 0 or its --x-assign value, Z as 0; the model's own X and Z
-// come back as such where the simulator keeps them.
-//
-// Lint waivers: one file holds every module, each a top of its own when
-// linted alone (DECLFILENAME, MULTITOP); a linter that holds shortreal as
-// real need not say so (SHORTREAL); port names are the C++ model's and
-// may be words of C++ (SYMRSVDWORD), which the simulator renames in its
-// own code; an output is written from the model in the block that
-// evaluates it, as a register would be (COMBDLY); the blocks that
-// evaluate the model read every input, one of them on the model's own
-// events (SYNCASYNCNET), and keep the wake-up's bookkeeping, which only
-// they read, with blocking writes (BLKSEQ).
-//
-// The timed parts (the wake-ups and the start after every initial block
-// has begun) need a simulator that runs delays; Verilator without
-// --timing, as in a lint, sees the bodies without them.
+// Each instance builds its model in the first statement of an initial
+// block and first runs the kernel after a zero delay, when every initial
+// block has begun.  A # delay may count in another module's unit, so the
+// wake-ups measure the unit once (one precision step) before using it.
+// Verilator without --timing, as in a lint, sees no timed parts.
 `ifndef VERILATOR
 `define CORVANE_SC_TIMED
 `elsif VERILATOR_TIMING
 `define CORVANE_SC_TIMED
 `endif
+// Lint waivers: one file holds every module, each a top when linted
+// alone (DECLFILENAME, MULTITOP); shortreal is held as real (SHORTREAL);
+// port names are the model's and may be C++ words, which the simulator
+// renames in its own code (SYMRSVDWORD); outputs follow the model as a
+// register would (COMBDLY); the evaluation reads every input, also on the
+// model's own events (SYNCASYNCNET), and keeps the wake-up's time, read
+// only by itself, with blocking writes (BLKSEQ).
 // verilator lint_off DECLFILENAME
 // verilator lint_off MULTITOP
 // verilator lint_off SHORTREAL
