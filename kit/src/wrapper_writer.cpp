@@ -29,7 +29,7 @@ constexpr char kHeader[] =
     "// block and first runs the kernel after a zero delay, when every initial\n"
     "// block has begun.  A # delay may count in another module's unit, so the\n"
     "// wake-ups measure the unit once (one precision step) before using it.\n"
-    "// Verilator without --timing, as in a lint, sees no timed parts.\n"
+    "// Without --timing, as in a lint, Verilator sees no timed parts.\n"
     "`ifndef VERILATOR\n"
     "`define CORVANE_SC_TIMED\n"
     "`elsif VERILATOR_TIMING\n"

@@ -7,7 +7,7 @@
 // block and first runs the kernel after a zero delay, when every initial
 // block has begun.  A # delay may count in another module's unit, so the
 // wake-ups measure the unit once (one precision step) before using it.
-// Verilator without --timing, as in a lint, sees no timed parts.
+// Without --timing, as in a lint, Verilator sees no timed parts.
 `ifndef VERILATOR
 `define CORVANE_SC_TIMED
 `elsif VERILATOR_TIMING
