@@ -65,9 +65,12 @@ class Example(QuillcRun):
         self.assertIn(f"Wrote wrapper.sv: {len(self.modules)} module", self.out)
 
     def test_wrapper(self):
-        # The bodies are the Cosim case's to check, by what they do.
+        # The bodies are the Cosim case's to check, by what they do, and the
+        # header, the same for every design, the counter's.
         wrapper = re.sub(r"(?m)(^\);\n|;\n(?=  timeunit))(.*\n)*?endmodule", r"\1endmodule",
                          pathlib.Path(self.work, "wrapper.sv").read_text())
+        if self.scenario != "counter":
+            wrapper = wrapper[wrapper.index("\nmodule "):wrapper.rindex("endmodule\n") + 10]
         self.assertEqual(wrapper,
                          pathlib.Path(__file__).with_name("expected").joinpath(self.scenario + ".sv").read_text())
         for top in [[], ["--timing"]] + [["--top-module", module] for module in self.modules]:
