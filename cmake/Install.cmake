@@ -31,7 +31,7 @@ install(FILES dist/quillc.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-complet
 if(QUILLC_BUILD_KIT)
   set(kit_build_dir ${PROJECT_BINARY_DIR}/kit)
   install(DIRECTORY ${kit_build_dir}/systemc ${kit_build_dir}/quillc ${kit_build_dir}/tarn
-    DESTINATION ${QUILLC_KIT_INSTALL_DIR} COMPONENT runtime
+    DESTINATION ${QUILLC_KIT_INSTALL_DIR} COMPONENT runtime USE_SOURCE_PERMISSIONS
     PATTERN systemc.h.gch EXCLUDE
     PATTERN systemc.h.gch.new.* EXCLUDE
     PATTERN systemc.h.pch* EXCLUDE

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Sets the machine up and builds quillc with its runtime kit
 # (scripts/setup.sh), then runs quillc on the counter example in a fresh
-# work directory, with the environment that quillc-env gives, and shows
-# what it made.
+# work directory, with the environment that quillc-env gives, shows what it
+# made, and co-simulates the counter from the SystemVerilog testbench
+# examples/counter/tb.sv in Verilator with quillc-sim.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${BUILD_DIR:-$root/build}
@@ -11,7 +12,7 @@ build=${BUILD_DIR:-$root/build}
 work="$root/work/counter"
 rm -rf "$work"
 mkdir -p "$work"
-cp "$root"/examples/counter/*.cpp "$work"/
+cp "$root"/examples/counter/*.cpp "$root"/examples/counter/tb.sv "$work"/
 cd "$work"
 eval "$("$build/quillc-env")"
 "$build/quillc" -module counter counter.cpp
@@ -34,3 +35,6 @@ nm -D --defined-only libcorvanesc.so | awk '$3 ~ /^corvane_sc_/ { print $3 }'
 echo
 echo "== work directory $work:"
 ls -l . sc_module
+echo
+echo "== \$QUILLC_PATH/bin/quillc-sim tb.sv: the counter in a SystemVerilog simulation"
+"$QUILLC_PATH/bin/quillc-sim" tb.sv

@@ -5,7 +5,9 @@
  *
  * quillc builds libcorvanesc.so from a design's SystemC sources.  A
  * simulator loads it with dlopen() and finds these functions with dlsym();
- * the interface is plain C so that any host can call it.
+ * the interface is plain C so that any host can call it.  The module
+ * bodies of wrapper.sv reach the same instances through DPI-C, with the
+ * functions of corvane_sc_dpi.h.
  *
  * Rules of use
  *

@@ -7,6 +7,7 @@
 #include "systemc.h"
 
 #include "corvane_sc_cosim.h"
+#include "corvane_sc_dpi.h"
 
 // The glue for the design's own port types and the names of its ports,
 // generated for this design by the wrapper generator.
@@ -17,6 +18,9 @@
 // No generator ran: the library carries no port types and knows no
 // module's ports, and refuses every module when instantiated.
 const corvane_sc::DesignGlue corvane_sc::kDesignGlue = {[](corvane_sc::GlueTable &) {}, nullptr, 0};
+#endif
+#if __has_include("sc_module/dpi_glue.cpp")
+#include "sc_module/dpi_glue.cpp"
 #endif
 
 // SystemC's library refers to sc_main; a co-simulation library never calls
@@ -48,6 +52,7 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_read_f64),
     reinterpret_cast<EntryPoint>(&corvane_sc_advance),
     reinterpret_cast<EntryPoint>(&corvane_sc_last_error),
+    reinterpret_cast<EntryPoint>(&corvane_sc_dpi_error),
 };
 
 } // namespace

@@ -27,22 +27,47 @@ namespace {
 
 constexpr char kHeader[] =
     "// SystemVerilog wrappers of the SystemC modules exported by this build,\n"
-    "// written by the wrapper generator.\n"
+    "// written by the wrapper generator.  The body of each module is its\n"
+    "// SystemC model in libcorvanesc.so, reached through DPI-C; how values,\n"
+    "// time, X and Z, names and errors cross is told in corvane_sc_dpi.h.\n"
     "//\n"
-    "// The body of each module is its SystemC model in libcorvanesc.so, which\n"
-    "// the simulator connects to these ports; seen from HDL alone the inputs\n"
-    "// are unused and the outputs undriven, one file holds every module, and\n"
-    "// a linter that holds shortreal as real need not say so.\n"
-    "// verilator lint_off UNUSEDSIGNAL\n"
-    "// verilator lint_off UNDRIVEN\n"
+    "// Each instance builds its model in the first statement of an initial\n"
+    "// block and first runs the kernel after a zero delay, when every initial\n"
+    "// block has begun.  A # delay may count in another module's unit, so the\n"
+    "// wake-ups measure the unit once (one precision step) before using it.\n"
+    "// Without --timing, as in a lint, Verilator sees no timed parts.\n"
+    "`ifndef VERILATOR\n"
+    "`define CORVANE_SC_TIMED\n"
+    "`elsif VERILATOR_TIMING\n"
+    "`define CORVANE_SC_TIMED\n"
+    "`endif\n"
+    "// Lint waivers: one file holds every module, each a top when linted\n"
+    "// alone (DECLFILENAME, MULTITOP); shortreal is held as real (SHORTREAL);\n"
+    "// port names are the model's and may be C++ words, which the simulator\n"
+    "// renames in its own code (SYMRSVDWORD); outputs follow the model as a\n"
+    "// register would (COMBDLY); the evaluation reads every input, also on the\n"
+    "// model's own events (SYNCASYNCNET), and keeps the wake-up's time, read\n"
+    "// only by itself, with blocking writes (BLKSEQ).\n"
     "// verilator lint_off DECLFILENAME\n"
-    "// verilator lint_off SHORTREAL\n";
+    "// verilator lint_off MULTITOP\n"
+    "// verilator lint_off SHORTREAL\n"
+    "// verilator lint_off SYMRSVDWORD\n"
+    "// verilator lint_off COMBDLY\n"
+    "// verilator lint_off SYNCASYNCNET\n"
+    "// verilator lint_off BLKSEQ\n";
 
 constexpr char kFooter[] =
+    "// verilator lint_on BLKSEQ\n"
+    "// verilator lint_on SYNCASYNCNET\n"
+    "// verilator lint_on COMBDLY\n"
+    "// verilator lint_on SYMRSVDWORD\n"
     "// verilator lint_on SHORTREAL\n"
+    "// verilator lint_on MULTITOP\n"
     "// verilator lint_on DECLFILENAME\n"
-    "// verilator lint_on UNDRIVEN\n"
-    "// verilator lint_on UNUSEDSIGNAL\n";
+    "`undef CORVANE_SC_TIMED\n";
+
+/// The DPI glue that wrapper.sv calls, beside the other generated files.
+constexpr char kDpiGlueSource[] = "dpi_glue.cpp";
 
 /// Writes "wrapper_generator: <severity>: <text>\n" to standard error,
 /// after what standard output holds so far.
@@ -286,7 +311,7 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
   for (const WrapperModule &module : modules) {
     text += "\nmodule " + module.name;
     if (module.ports.empty()) {
-      text += ";\nendmodule\n";
+      text += ";\n" + render_module_body(module) + "endmodule\n";
       continue;
     }
     text += " (";
@@ -302,7 +327,7 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
       text += "  " + std::string(direction_name(port.shape.direction)) + " " + type + " " + port.name;
       separator = ",\n";
     }
-    text += "\n" + unmapped + ");\nendmodule\n";
+    text += "\n" + unmapped + ");\n" + render_module_body(module) + "endmodule\n";
   }
   return text + "\n" + kFooter;
 }
@@ -363,6 +388,7 @@ int run_wrapper_generator() {
   const std::string directory = std::string(kBuildDirectory) + "/";
   std::remove((directory + kPortTypeMappingHeader).c_str());
   std::remove((directory + kModuleFactorySource).c_str());
+  std::remove((directory + kDpiGlueSource).c_str());
 
   int status = 0;
   std::vector<WrapperModule> modules;
@@ -395,7 +421,8 @@ int run_wrapper_generator() {
 
   const bool written = write_file(kWrapperOutput, render_wrappers(modules)) &&
                        write_file(directory + kPortTypeMappingHeader, render_port_types(modules)) &&
-                       write_file(directory + kModuleFactorySource, render_port_names(modules));
+                       write_file(directory + kModuleFactorySource, render_port_names(modules)) &&
+                       write_file(directory + kDpiGlueSource, render_dpi_glue(modules));
   if (!written)
     return 1;
   std::printf("Wrote %s: %zu module%s\n", kWrapperOutput, modules.size(), modules.size() == 1 ? "" : "s");

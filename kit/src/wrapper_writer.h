@@ -38,6 +38,14 @@ std::string render_port_types(const std::vector<WrapperModule> &modules);
 /// The text of sc_module_factory.cpp: the port names of \p modules.
 std::string render_port_names(const std::vector<WrapperModule> &modules);
 
+/// The body of \p module's wrapper: its DPI-C imports and the processes
+/// that carry its ports to and from the model (corvane_sc_dpi.h).
+std::string render_module_body(const WrapperModule &module);
+
+/// The text of dpi_glue.cpp: the DPI-C functions that the bodies import,
+/// with each port's exact type.
+std::string render_dpi_glue(const std::vector<WrapperModule> &modules);
+
 /// One run of the generator in the work directory: every exported module,
 /// one console line per module and port, wrapper.sv and the two glue files
 /// in sc_module/ written.  Returns the exit status: 1 when a module could

@@ -66,11 +66,17 @@ class Example(QuillcRun):
         self.assertIn(f"Wrote wrapper.sv: {len(self.modules)} module", self.out)
 
     def test_wrapper(self):
-        self.assertEqual(pathlib.Path(self.work, "wrapper.sv").read_text(),
+        # The bodies are the Cosim case's to check, by what they do, and the
+        # header, the same for every design, the counter's.
+        wrapper = re.sub(r"(?m)(^\);\n|;\n(?=  timeunit))(.*\n)*?endmodule", r"\1endmodule",
+                         pathlib.Path(self.work, "wrapper.sv").read_text())
+        if self.scenario != "counter":
+            wrapper = wrapper[wrapper.index("\nmodule "):wrapper.rindex("endmodule\n") + 10]
+        self.assertEqual(wrapper,
                          pathlib.Path(__file__).with_name("expected").joinpath(self.scenario + ".sv").read_text())
-        for module in self.modules:
-            lint = self.call("verilator", "--lint-only", "-Wall", "--top-module", module, "wrapper.sv")
-            self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), module)
+        for top in [[], ["--timing"]] + [["--top-module", module] for module in self.modules]:
+            lint = self.call("verilator", "--lint-only", "-Wall", *top, "wrapper.sv")
+            self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), top)
 
     def test_simulator(self):
         for scenario in self.scenario, *self.more_scenarios:
@@ -142,6 +148,55 @@ class Ports(Example):
                 warning = (f"wrapper_generator: warning: QUILLC_JOBS='{warning}' is not a positive whole number; "
                            "sources are parsed one at a time\n")
             self.assertEqual(run(QUILLC_JOBS=jobs), (alone[0], warning + alone[1], alone[2]), jobs)
+
+
+class Cosim(QuillcRun):
+    """The models of data/cosim.cpp and the counter inside Verilator through
+    quillc-sim: two testbenches (1ns/1ps and 1ps/1ps tops), each printing a
+    line per check, the second traced."""
+    sources = ["examples/counter/counter.cpp"] + ["kit/tests/data/" + name for name in
+                                                  ("cosim.cpp", "cosim_tb.sv", "cosim_tb_ps.sv")]
+    arguments = ["-module", "counter", "counter.cpp", "-module", "comb", "-module", "ticker", "-module", "types",
+                 "-module", "guard", "cosim.cpp"]
+
+    def simulate(self, *arguments):
+        sim = os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim")
+        return self.call(sim, *arguments, timeout=400)
+
+    def assertChecks(self, out, count):
+        """The testbench printed `count` passed checks and no failed one."""
+        self.assertEqual((out.count("\nok: ") + out.startswith("ok: "), "FAILED" in out), (count, False), out)
+
+    def test_ns_testbench_then_the_models_error_ends_it(self):
+        run = self.simulate("cosim_tb.sv")
+        self.assertChecks(run.stdout, 29)
+        self.assertIn("Error: guard: 255 is not a value this model takes\nIn file: ../cosim.cpp:", run.stdout)
+        self.assertNotEqual(run.returncode, 0)
+
+    def test_ps_testbench_traced_and_not_rebuilt(self):
+        run = self.simulate("--trace=vcd", "cosim_tb_ps.sv")
+        self.assertChecks(run.stdout, 6)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        log = pathlib.Path(self.work, "sim_build/cosim_tb_ps/verilator.log")
+        built = log.stat().st_mtime_ns
+        self.assertEqual(self.simulate("--trace=vcd", "cosim_tb_ps.sv").stdout, run.stdout)
+        self.assertEqual(log.stat().st_mtime_ns, built)
+        # The ticker's output at each of its changes, as the waveform holds it.
+        vcd = pathlib.Path(self.work, "sim_build/cosim_tb_ps/trace.vcd").read_text()
+        code = re.search(r"\$scope module tk \$end\s+(?:\$var [^$]*\$end\s+)*?\$var wire\s+8 (\S+) count ",
+                         vcd).group(1)
+        changes, now = [], 0
+        for line in vcd.split("\n"):
+            if line.startswith("#"):
+                now = int(line[1:])
+            elif line.endswith(" " + code) and line.startswith("b"):
+                changes.append((now, int(line[1:].split()[0], 2)))
+        self.assertEqual(changes, [(0, 0), (10000, 1), (20000, 2), (28002, 3), (38002, 4)])
+
+    def test_wrapper_lints_clean_as_a_whole(self):
+        for timing in [], ["--timing"]:
+            lint = self.call("verilator", "--lint-only", "-Wall", *timing, "wrapper.sv")
+            self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), timing)
 
 
 class CompileError(QuillcRun):

@@ -1,0 +1,108 @@
+#!/usr/bin/env bash
+# The counter example over 1,000,000 clock cycles, three ways in one run:
+#   (a) the SystemC counter inside Verilator through quillc-sim;
+#   (b) the same SystemC counter under a pure SystemC testbench (sc_main
+#       with an sc_clock), compiled against the kit's SystemC: the floor of
+#       the SystemC side;
+#   (c) the same counter written in SystemVerilog, in the same Verilator.
+# Prints each simulation's processor time (builds excluded; least of the
+# runs),
+# the ratio a/b, whose target is 2 or less, and the cost of one crossing
+# into the model: (a - c) over the number of evaluations (two per cycle).
+#
+#   bench/cosim_counter.sh [build-dir] [cycles] [runs]   (defaults: build, 1000000, 3)
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=$(cd "${1:-$root/build}" && pwd)
+cycles=${2:-1000000}
+runs=${3:-3}
+eval "$("$build/quillc-env")"
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+mkdir -p "$scratch/a" "$scratch/b" "$scratch/c"
+cp "$root/examples/counter/counter.cpp" "$scratch/a/"
+cp "$root/examples/counter/counter.cpp" "$scratch/b/"
+
+# One testbench for (a) and (c): the clock, enable high, the count at the end.
+testbench() {
+  cat <<EOF
+\`timescale 1ns/1ps
+module bench;
+  bit clk, enable = 1;
+  wire [7:0] count;
+  counter dut(.clk(clk), .reset(1'b0), .enable(enable), .count(count));
+  always #5 clk = ~clk;
+  initial begin
+    repeat ($cycles) @(posedge clk);
+    @(negedge clk) \$display("count %0d", count);
+    \$finish;
+  end
+endmodule
+EOF
+}
+testbench >"$scratch/a/bench.sv"
+testbench >"$scratch/c/bench.sv"
+cat >"$scratch/c/counter.sv" <<'EOF'
+`timescale 1ns/1ps
+module counter(input bit clk, input bit reset, input bit enable, output bit [7:0] count);
+  always_ff @(posedge clk)
+    if (reset) count <= 0;
+    else if (enable) count <= count + 1;
+endmodule
+EOF
+cat >"$scratch/b/main.cpp" <<EOF
+#include "counter.cpp"
+int sc_main(int, char *[]) {
+  sc_clock clk("clk", 10, SC_NS);
+  sc_signal<bool> reset, enable;
+  sc_signal<sc_uint<8>> count;
+  counter dut("dut");
+  dut.clk(clk);
+  dut.reset(reset);
+  dut.enable(enable);
+  dut.count(count);
+  enable = true;
+  sc_start(10.0 * $cycles, SC_NS);
+  std::printf("count %d\n", static_cast<int>(count.read()));
+  return 0;
+}
+EOF
+
+echo "== building (not timed)"
+(cd "$scratch/a" && "$build/quillc" -module counter counter.cpp >quillc.out 2>&1 &&
+  "$QUILLC_PATH/bin/quillc-sim" bench.sv >/dev/null)
+(cd "$scratch/b" && g++ -std=c++2a -O2 -I"$SYSTEMC_PATH/include" -I"$QUILLC_PATH/include" main.cpp -o counter_sc \
+  "$SYSTEMC_PATH/lib64/libsystemc.a" -pthread)
+(cd "$scratch/c" && verilator --binary --timing -Wno-fatal --Mdir obj -o bench bench.sv counter.sv \
+  >verilator.log 2>&1)
+
+# Least processor time (user and system) of $runs runs of a command, in
+# seconds: the machine may be shared, and the wall time would count the
+# others' work.  Checks the count that the run prints.
+best() {
+  local dir=$1 expected="count $((cycles % 256))" fastest="" out seconds
+  shift
+  for ((i = 0; i < runs; i++)); do
+    out=$(cd "$dir" && TIMEFORMAT='%U %S' && { time "$@" >"$scratch/run.out" 2>"$scratch/run.err"; } 2>&1 | awk '{ print $1 + $2 }')
+    seconds=$out
+    out=$(grep '^count' "$scratch/run.out")
+    [[ $out == "$expected" ]] || { echo "cosim_counter: $dir printed '$out', not '$expected'" >&2; exit 1; }
+    fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
+  done
+  echo "$fastest"
+}
+
+# (a) is the program that quillc-sim built and runs, without the script's
+# own check that nothing changed.
+a=$(best "$scratch/a" sim_build/bench/obj/bench)
+b=$(best "$scratch/b" ./counter_sc)
+c=$(best "$scratch/c" ./obj/bench)
+awk -v a="$a" -v b="$b" -v c="$c" -v n="$cycles" 'BEGIN {
+  printf "counter, %d clock cycles (processor time, least of the runs):\n", n
+  printf "  (a) SystemC model in Verilator through quillc-sim  %7.3f s\n", a
+  printf "  (b) SystemC model, pure SystemC testbench         %7.3f s\n", b
+  printf "  (c) SystemVerilog counter in Verilator             %7.3f s\n", c
+  printf "  a/b = %.2f (target: 2 or less)\n", a / b
+  printf "  one crossing (a - c over %d evaluations): %.0f ns\n", 2 * n, (a - c) / (2 * n) * 1e9
+}'
