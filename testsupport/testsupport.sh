@@ -7,7 +7,7 @@ set -euo pipefail
 export LC_ALL=C
 scratch=$(mktemp -d)
 servers=()
-trap 'for pid in ${servers[@]+"${servers[@]}"}; do kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null; done; rm -rf "$scratch"' EXIT
+trap 'for pid in ${servers[@]+"${servers[@]}"}; do kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null || true; done; rm -rf "$scratch"' EXIT
 failures=0
 fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
 # A check that $2 is $3, where $1 says what was checked.
