@@ -26,6 +26,7 @@ count=${2:-32}
 eval "$("$build/quillc-env")"
 "$build/quillc-env" --check || { echo "bench: run quillc-env --refresh first" >&2; exit 1; }
 args=$("$root/bench/make_design.sh" "$count" "$scratch/design")
+load_at_start=$(cut -d' ' -f1-3 /proc/loadavg)
 
 # PATH without any masquerading compiler; each way puts its own first.
 base_path=$(tr : '\n' <<<"$PATH" | grep -vx '/usr/lib/ccache\|/usr/lib/distcc' | paste -sd :)
@@ -99,4 +100,5 @@ for way in sequential jobs2 distcc first_user second_user; do
 done
 printf 'compiles run by the daemons: %s of %s; second user'\''s remote hits: %s of %s\n' \
   "$remote_compiles" $((2 * count)) "${remote_hits:-0}" $((2 * count))
-printf 'load average at the end: %s\n' "$(cut -d' ' -f1-3 /proc/loadavg)"
+printf 'load average at the start: %s, at the end: %s (%s cores)\n' "$load_at_start" \
+  "$(cut -d' ' -f1-3 /proc/loadavg)" "$(nproc)"
