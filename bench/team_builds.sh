@@ -14,8 +14,10 @@
 # For each: the whole run's wall time; its compiles' wall time (in each
 # step, from the first compile's start to the last one's end, taken by a
 # gcc on PATH that notes the times and runs the next one); the rest (links
-# and the wrapper generator); the processor time of this side (not of the
-# daemons); and the ratios to the sequential run.
+# and the wrapper generator); how many compiles ran at a time on average
+# (their summed wall times over the compiles' wall time), which the other
+# load of a shared machine disturbs less than the times; the processor time
+# of this side (not of the daemons); and the ratios to the sequential run.
 #
 #   bench/team_builds.sh [build-dir] [N]      (defaults: build, 32)
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -56,8 +58,8 @@ build_as() {
   [ -f "$dir/libcorvanesc.so" ] && [ "$(grep -c '^module ' "$dir/wrapper.sv")" = "$count" ] ||
     { echo "bench: the $1 build failed:" >&2; tail "$dir/out" >&2; exit 1; }
   local compiles
-  compiles=$(awk '{ if (!($1 in a) || $2 < a[$1]) a[$1] = $2; if ($3 > b[$1]) b[$1] = $3 }
-    END { for (s in a) t += b[s] - a[s]; printf "%.2f", t }' "$dir/times")
+  compiles=$(awk '{ if (!($1 in a) || $2 < a[$1]) a[$1] = $2; if ($3 > b[$1]) b[$1] = $3; d += $3 - $2 }
+    END { for (s in a) t += b[s] - a[s]; printf "%.2f %.2f", t, d / t }' "$dir/times")
   times[$1]=$(awk -v c="$compiles" '{ printf "%.2f %s %.2f", $1, c, $2 + $3 }' "$dir/time")
 }
 
@@ -88,15 +90,15 @@ build_as first_user /usr/lib/ccache "${cache[@]}" CCACHE_DIR="$scratch/first.cac
 build_as second_user /usr/lib/ccache "${cache[@]}" CCACHE_DIR="$scratch/second.cache"
 remote_hits=$(CCACHE_DIR="$scratch/second.cache" ccache --print-stats | awk '$1 == "remote_storage_hit" { print $2 }')
 
-read -r seq_whole seq_compiles _ <<<"${times[sequential]}"
+read -r seq_whole seq_compiles _ _ <<<"${times[sequential]}"
 printf '%s export sources, %s compiles; seconds and speed-up over the sequential run\n' "$count" $((2 * count))
-printf '%-42s %7s %9s %6s %9s %7s %9s\n' "" whole compiles rest processor "x whole" "x compiles"
+printf '%-42s %7s %9s %8s %6s %9s %7s %9s\n' "" whole compiles "at once" rest processor "x whole" "x compiles"
 for way in sequential jobs2 distcc first_user second_user; do
-  read -r whole compiles cpu <<<"${times[$way]}"
-  awk -v w="$way" -v a="$whole" -v c="$compiles" -v p="$cpu" -v sa="$seq_whole" -v sc="$seq_compiles" 'BEGIN {
+  read -r whole compiles overlap cpu <<<"${times[$way]}"
+  awk -v w="$way" -v a="$whole" -v c="$compiles" -v o="$overlap" -v p="$cpu" -v sa="$seq_whole" -v sc="$seq_compiles" 'BEGIN {
     split("sequential:one compile at a time|jobs2:QUILLC_JOBS=2|distcc:QUILLC_JOBS=4, two distccd (2 slots each)|first_user:first user, ccache + Redis (fills it)|second_user:second user, ccache + Redis", l, "|")
     for (i in l) { split(l[i], kv, ":"); name[kv[1]] = kv[2] }
-    printf "%-42s %7.2f %9.2f %6.2f %9.2f %6.2fx %8.2fx\n", name[w], a, c, a - c, p, sa / a, sc / c }'
+    printf "%-42s %7.2f %9.2f %8.2f %6.2f %9.2f %6.2fx %8.2fx\n", name[w], a, c, o, a - c, p, sa / a, sc / c }'
 done
 printf 'compiles run by the daemons: %s of %s; second user'\''s remote hits: %s of %s\n' \
   "$remote_compiles" $((2 * count)) "${remote_hits:-0}" $((2 * count))
