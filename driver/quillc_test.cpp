@@ -20,9 +20,9 @@ namespace {
 // request.  A compile also appends its process id to $TEST_DIR/pids and
 // records its signal state in $TEST_DIR, and becomes a sleep of
 // $FAKE_SLEEP seconds when asked.  With $FAKE_TALK it writes two lines to
-// each stream, a while apart ($FAKE_TALK, the slow export source, takes
-// longer), and marks in $TEST_DIR/load when a compile starts (+) and ends
-// (-) and when anything else runs (=).  The wrapper generator it links
+// each stream, a while apart (longer for the export sources that the
+// pattern $FAKE_TALK matches), and marks in $TEST_DIR/load when a compile
+// starts (+) and ends (-) and when anything else runs (=).  The wrapper generator it links
 // records its own run.
 const char kFakeGcc[] = R"(#!/bin/sh
 printf '%s|%s\n' "${PWD##*/}" "$*" >> "$CALLS"
@@ -34,7 +34,7 @@ case " $* " in *" -c "*)
     echo + >> "$TEST_DIR/load"
     source=${*##* }
     echo "$source says"; echo "$source warns" >&2
-    if [ "$source" = "$FAKE_TALK" ]; then sleep 0.4; else sleep 0.05; fi
+    case $source in $FAKE_TALK) sleep 0.4;; *) sleep 0.05;; esac
     echo "$source ends"; echo "$source ended" >&2
     echo - >> "$TEST_DIR/load"
   fi;;
@@ -142,7 +142,8 @@ TEST_F(QuillcRun, TheShellRunsEveryCommandInOrderWithVariablesExpanded) {
             "NCSC_MODULE_EXPORT(a);\nNCSC_MODULE_EXPORT(b);\n");
 }
 
-// With QUILLC_JOBS=2 the compiles overlap, the slow first one ending last,
+// With QUILLC_JOBS=2 the compiles overlap, the slow first one ending after
+// the next two, and the slow last one still running when the first ends;
 // and yet console and log are the sequential run's, byte for byte: each
 // compile's output whole after its echo line.  Nothing else runs beside a
 // compile, and a failing compile stops nothing.
@@ -154,7 +155,7 @@ TEST_F(QuillcRun, ParallelCompilesPrintWhatTheSequentialRunPrints) {
   std::string logs[2];
   for (int jobs : {1, 2}) {
     fs::remove(m_Dir / "load");
-    runs[jobs - 1] = quillc(args, {"FAKE_TALK=a_create.cpp", "FAKE_FAIL=c_create.cpp", "CALLS=/dev/null",
+    runs[jobs - 1] = quillc(args, {"FAKE_TALK=[ad]_create.cpp", "FAKE_FAIL=c_create.cpp", "CALLS=/dev/null",
                                    "QUILLC_JOBS=" + std::to_string(jobs)});
     logs[jobs - 1] = after_banner(log());
     int running = 0, most = 0;
