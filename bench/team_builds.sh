@@ -55,8 +55,11 @@ build_as() {
   # shellcheck disable=SC2086
   { time (cd "$dir" && env "${@:3}" PATH="$path" TIMER_LOG="$dir/times" "$build/quillc" $args >out 2>&1); } \
     2>"$dir/time"
-  [ -f "$dir/libcorvanesc.so" ] && [ "$(grep -c '^module ' "$dir/wrapper.sv")" = "$count" ] ||
-    { echo "bench: the $1 build failed:" >&2; tail "$dir/out" >&2; exit 1; }
+  if [ ! -f "$dir/libcorvanesc.so" ] || [ "$(grep -c '^module ' "$dir/wrapper.sv")" != "$count" ]; then
+    echo "bench: the $1 build failed:" >&2
+    tail "$dir/out" >&2
+    exit 1
+  fi
   local compiles
   compiles=$(awk '{ if (!($1 in a) || $2 < a[$1]) a[$1] = $2; if ($3 > b[$1]) b[$1] = $3; d += $3 - $2 }
     END { for (s in a) t += b[s] - a[s]; printf "%.2f %.2f", t, d / t }' "$dir/times")
@@ -84,6 +87,7 @@ port=$(free_port)
 mkdir "$scratch/redis"
 start_server redis "[ \"\$(redis-cli -p $port ping)\" = PONG ]" \
   redis-server --bind 127.0.0.1 --port "$port" --dir "$scratch/redis" --save '' --appendonly no
+# shellcheck disable=SC2054
 cache=(-u CCACHE_BASEDIR -u CCACHE_DISABLE -u CCACHE_PREFIX CCACHE_SLOPPINESS=pch_defines,time_macros
   CCACHE_REMOTE_STORAGE="redis://127.0.0.1:$port" CCACHE_CONFIGPATH="$scratch/ccache.conf")
 build_as first_user /usr/lib/ccache "${cache[@]}" CCACHE_DIR="$scratch/first.cache"
