@@ -37,7 +37,7 @@ void plan_compiles(std::span<const SourceUnit> units, const std::string &compile
       continue;
     }
     fs::path exportName = make_export_name(unit.source);
-    plan.push_back({BuildAction::kRunEchoed, enterBuildDir + compilePrefix + exportName.native()});
+    plan.push_back({BuildAction::kCompile, enterBuildDir + compilePrefix + exportName.native()});
     link += kBuildDirectory;
     link += '/';
     link += exportName.replace_extension(".o").native();
@@ -84,24 +84,28 @@ BuildPlan plan_systemc_library(std::span<const SourceUnit> units, std::string_vi
   return plan;
 }
 
-void run_build_plan(const BuildPlan &plan) {
-  for (const BuildAction &action : plan) {
-    switch (action.kind) {
-    case BuildAction::kEcho:
-      log_printf("%s", action.text.c_str());
-      break;
-    case BuildAction::kMakeDirectory:
-      fs::create_directories(fs::current_path() / action.text);
-      break;
-    case BuildAction::kRunEchoed:
-      log_printf("%s\n", action.text.c_str());
-      [[fallthrough]];
-    case BuildAction::kRunSilent:
-      // The child writes straight to our descriptors; what we printed must
-      // be out first.
-      flush_all_output();
-      run_shell_command(action.text);
-      break;
-    }
+void run_build_action(const BuildAction &action) {
+  switch (action.kind) {
+  case BuildAction::kEcho:
+    log_printf("%s", action.text.c_str());
+    break;
+  case BuildAction::kMakeDirectory:
+    fs::create_directories(fs::current_path() / action.text);
+    break;
+  case BuildAction::kRunEchoed:
+  case BuildAction::kCompile:
+    log_printf("%s\n", action.text.c_str());
+    [[fallthrough]];
+  case BuildAction::kRunSilent:
+    // The child writes straight to our descriptors; what we printed must
+    // be out first.
+    flush_all_output();
+    run_shell_command(action.text);
+    break;
   }
+}
+
+void run_build_plan(const BuildPlan &plan) {
+  for (const BuildAction &action : plan)
+    run_build_action(action);
 }

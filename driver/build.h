@@ -25,6 +25,7 @@ struct BuildAction {
     kMakeDirectory, ///< Create \c text (under the current directory) with its parents.
     kRunEchoed,     ///< Print \c text and a line feed, then run it through the shell.
     kRunSilent,     ///< Run \c text through the shell without printing it.
+    kCompile,       ///< As kRunEchoed; compiles next to each other may run at once.
   };
   Kind kind;
   std::string text;
@@ -39,6 +40,9 @@ BuildPlan plan_wrapper_generator(std::span<const SourceUnit> units, std::string_
 
 /// Builds libcorvanesc.so (-fPIC -shared -DSC_COSIM) in the current directory.
 BuildPlan plan_systemc_library(std::span<const SourceUnit> units, std::string_view extraOptionsText);
+
+/// Carries out one action as run_build_plan() does.
+void run_build_action(const BuildAction &action);
 
 /// Carries out \p plan in order, each command through run_shell_command().
 /// Output is flushed before each command, as the command writes straight to

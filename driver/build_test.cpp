@@ -11,9 +11,9 @@ const std::string kTail = "-lstdc++ -lm -pthread ${SYSTEMC_PATH}/lib64/libsystem
 const std::string kWrapperLib = "${QUILLC_PATH}/lib/libwrapper_generator.a";
 
 /// One line per action: "echo <text>", "mkdir <dir>", "run <command>",
-/// "silent <command>".
+/// "silent <command>", "compile <command>".
 std::string render(const BuildPlan &plan) {
-  static const char *const kKinds[] = {"echo ", "mkdir ", "run ", "silent "};
+  static const char *const kKinds[] = {"echo ", "mkdir ", "run ", "silent ", "compile "};
   std::string text;
   for (const BuildAction &action : plan)
     text += kKinds[action.kind] + action.text + (action.kind == BuildAction::kEcho ? "" : "\n");
@@ -41,8 +41,8 @@ TEST(BuildPlan, BothStepsCommandByCommand) {
     const std::string l = kPrefix + " -fPIC -shared -DSC_COSIM " + c.extra + " ";
     std::string wrapperCompiles, libraryCompiles;
     for (const std::string &name : c.compiled) {
-      wrapperCompiles += "run cd sc_module;" + w + "-I.. -c  " + name + "\n";
-      libraryCompiles += "run cd sc_module;" + l + "-I.. -c  " + name + "\n";
+      wrapperCompiles += "compile cd sc_module;" + w + "-I.. -c  " + name + "\n";
+      libraryCompiles += "compile cd sc_module;" + l + "-I.. -c  " + name + "\n";
     }
     EXPECT_EQ(render(plan_wrapper_generator(c.units, c.extra)),
               "echo Start wrapper generating...\nmkdir sc_module\n" + wrapperCompiles + "run " + w +

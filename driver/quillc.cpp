@@ -5,10 +5,12 @@
 #include "driver/command.h"
 #include "driver/export.h"
 #include "driver/log.h"
+#include "driver/parallel.h"
 #include "util/AppInfo.h"
 #include "util/roster.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -40,6 +42,14 @@ int quillc_main(int argc, char **argv) {
   // A log that cannot be opened is reported and the run goes on; its text
   // then stays in memory.
   open_log_file("quillc.log");
+  // Refused before anything runs, the banner's commands included.
+  const char *jobsValue = std::getenv(kJobsVariable);
+  const unsigned jobs = parse_job_count(jobsValue);
+  if (jobs == 0) {
+    log_eprintf("Wrong value of %s: '%s'. Expected a whole number from 1 to %zu\n", kJobsVariable, jobsValue,
+                kMostCommandsAtOnce);
+    return 1;
+  }
   tool_startup(argc, argv, "quillc");
 
   DriverArguments args;
@@ -48,7 +58,15 @@ int quillc_main(int argc, char **argv) {
 
   const std::string extraOptions = args.extraOptionsText();
   generate_export_sources(args.units);
-  run_build_plan(plan_wrapper_generator(args.units, extraOptions));
-  run_build_plan(plan_systemc_library(args.units, extraOptions));
+  // Each step is carried out whole before the next begins: the library's
+  // compiles overwrite the objects that the wrapper generator's link reads.
+  const auto run = [jobs](const BuildPlan &plan) {
+    if (jobs > 1)
+      run_build_plan_parallel(plan, jobs);
+    else
+      run_build_plan(plan);
+  };
+  run(plan_wrapper_generator(args.units, extraOptions));
+  run(plan_systemc_library(args.units, extraOptions));
   return 0;
 }

@@ -18,15 +18,28 @@
 namespace {
 
 // Records every call as "<cwd>|<args>" in $CALLS and fails on
-// request.  A compile also records its process id and its signal state
-// in $TEST_DIR, and becomes a sleep of $FAKE_SLEEP seconds when asked; the
-// wrapper generator it links records its own run.
+// request.  A compile also appends its process id to $TEST_DIR/pids and
+// records its signal state in $TEST_DIR, and becomes a sleep of
+// $FAKE_SLEEP seconds when asked.  With $FAKE_TALK it writes two lines to
+// each stream, a while apart (longer for the export sources that the
+// pattern $FAKE_TALK matches), and marks in $TEST_DIR/load when a compile
+// starts (+) and ends (-) and when anything else runs (=).  The wrapper generator it links
+// records its own run.
 const char kFakeGcc[] = R"(#!/bin/sh
 printf '%s|%s\n' "${PWD##*/}" "$*" >> "$CALLS"
 case " $* " in *" -c "*)
   grep -E '^Sig(Blk|Ign)' /proc/self/status > "$TEST_DIR/signals"
-  echo $$ > "$TEST_DIR/pid.tmp" && mv "$TEST_DIR/pid.tmp" "$TEST_DIR/pid"
-  [ -n "$FAKE_SLEEP" ] && exec sleep "$FAKE_SLEEP";;
+  echo $$ >> "$TEST_DIR/pids"
+  [ -n "$FAKE_SLEEP" ] && exec sleep "$FAKE_SLEEP"
+  if [ -n "$FAKE_TALK" ]; then
+    echo + >> "$TEST_DIR/load"
+    source=${*##* }
+    echo "$source says"; echo "$source warns" >&2
+    case $source in $FAKE_TALK) sleep 0.4;; *) sleep 0.05;; esac
+    echo "$source ends"; echo "$source ended" >&2
+    echo - >> "$TEST_DIR/load"
+  fi;;
+*) [ -n "$FAKE_TALK" ] && echo = >> "$TEST_DIR/load";;
 esac
 case "$FAKE_FAIL: $* " in ?*:*" $FAKE_FAIL "*) echo "fake gcc: error in $FAKE_FAIL" >&2; exit 1;; esac
 case " $* " in *" -o sc_module/wrapper_generator "*)
@@ -130,6 +143,55 @@ TEST_F(QuillcRun, TheShellRunsEveryCommandInOrderWithVariablesExpanded) {
             "NCSC_MODULE_EXPORT(a);\nNCSC_MODULE_EXPORT(b);\n");
 }
 
+// With QUILLC_JOBS=2 the compiles overlap, the slow first one ending after
+// the next two, and the slow last one still running when the first ends;
+// and yet console and log are the sequential run's, byte for byte: each
+// compile's output whole after its echo line.  Nothing else runs beside a
+// compile, and a failing compile stops nothing.
+TEST_F(QuillcRun, ParallelCompilesPrintWhatTheSequentialRunPrints) {
+  std::vector<std::string> args;
+  for (const char *name : {"a", "b", "c", "d"})
+    args.insert(args.end(), {"-module", name, std::string(name) + ".cpp"});
+  RunResult runs[2];
+  std::string logs[2];
+  for (int jobs : {1, 2}) {
+    fs::remove(m_Dir / "load");
+    runs[jobs - 1] = quillc(args, {"FAKE_TALK=[ad]_create.cpp", "FAKE_FAIL=c_create.cpp", "CALLS=/dev/null",
+                                   "QUILLC_JOBS=" + std::to_string(jobs)});
+    logs[jobs - 1] = after_banner(log());
+    int running = 0, most = 0;
+    for (char mark : read_file(m_Dir / "load")) {
+      running += mark == '+' ? 1 : mark == '-' ? -1 : 0;
+      most = std::max(most, running);
+      EXPECT_TRUE(mark != '=' || running == 0) << "a link ran beside a compile";
+    }
+    EXPECT_EQ(most, jobs);
+  }
+  EXPECT_EQ(runs[1].status, 0);
+  EXPECT_EQ(after_banner(runs[1].out), after_banner(runs[0].out));
+  EXPECT_EQ(runs[1].err, runs[0].err);
+  EXPECT_EQ(logs[1], logs[0]);
+  EXPECT_NE(runs[1].out.find("-c  a_create.cpp\na_create.cpp says\na_create.cpp ends\ncd sc_module;gcc "),
+            std::string::npos);
+  EXPECT_TRUE(runs[1].err.starts_with("a_create.cpp warns\na_create.cpp ended\nb_create.cpp warns\n")) << runs[1].err;
+}
+
+// A bad QUILLC_JOBS refuses the run before anything, the banner included.
+TEST_F(QuillcRun, JobCountsOtherThanOneToOneHundredTwentyEightAreRefused) {
+  for (const char *value : {"0", "-2", "two", "", " 3", "3 ", "+3", "129", "99999999999999999999", "1", "128"}) {
+    const bool good = value == std::string("1") || value == std::string("128");
+    RunResult r = quillc({"-module", "a", "a.cpp"}, {std::string("QUILLC_JOBS=") + value, "CALLS=/dev/null"});
+    EXPECT_EQ(r.status, good ? 0 : 1) << value;
+    if (good)
+      continue;
+    EXPECT_EQ(r.err, "Wrong value of QUILLC_JOBS: '" + std::string(value) +
+                         "'. Expected a whole number from 1 to 128\n");
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(log(), r.err);
+    EXPECT_FALSE(fs::exists(work() / "sc_module"));
+  }
+}
+
 TEST_F(QuillcRun, WrongArgumentsEndTheRunWithStatusOne) {
   const std::vector<std::string> cases[] = {{}, {"-bad", "top.cpp", "-module", "top"}};
   for (const auto &args : cases) {
@@ -151,30 +213,43 @@ TEST_F(QuillcRun, UnopenableLogIsReportedOnceAndTheRunGoesOn) {
   EXPECT_EQ(calls().size(), 5u);
 }
 
-// quillc in a session of its own; once its compile runs, $SIGNAL goes
-// to quillc ($TARGET empty) or its group ("-", as Ctrl-C does).
-const char kSignalDuringCompile[] = R"(setsid "$@" >../out 2>../err & q=$!
-until [ -s "$TEST_DIR/pid" ]; do sleep 0.01; done
-kill -s $SIGNAL -- $TARGET$q; wait $q; echo $?)";
+// quillc in a session of its own; once $RUNNING compiles run (one when
+// unset), $SIGNAL goes to quillc ($TARGET empty) or its group ("-", as
+// Ctrl-C does).
+const char kSignalDuringCompile[] = R"sh(setsid "$@" >../out 2>../err & q=$!
+until [ "$(cat "$TEST_DIR/pids" 2>/dev/null | wc -l)" -ge "${RUNNING:-1}" ]; do sleep 0.01; done
+kill -s $SIGNAL -- $TARGET$q; wait $q; echo $?)sh";
 
-TEST_F(QuillcRun, TerminationRequestsEndTheRunAndTheRunningCompile) {
+const char kDefaultSignalState[] = "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n";
+
+// With QUILLC_JOBS=2 two compiles run when the signal comes; both end.
+TEST_F(QuillcRun, TerminationRequestsEndTheRunAndEveryRunningCompile) {
   const struct {
-    const char *signal, *target, *number;
-  } cases[] = {{"TERM", "", "15"}, {"TERM", "-", "15"}, {"INT", "-", "2"}, {"QUIT", "-", "3"}, {"HUP", "", "1"}};
+    const char *signal, *target, *number, *jobs;
+  } cases[] = {{"TERM", "", "15", "1"}, {"TERM", "-", "15", "1"}, {"INT", "-", "2", "1"}, {"QUIT", "-", "3", "1"},
+               {"HUP", "", "1", "1"},   {"TERM", "", "15", "2"},  {"INT", "-", "2", "2"},  {"HUP", "", "1", "2"}};
   for (const auto &c : cases) {
-    SCOPED_TRACE(std::string(c.target) + c.signal);
-    fs::remove(m_Dir / "pid");
-    RunResult r = viaShell(kSignalDuringCompile, {"FAKE_SLEEP=20", std::string("SIGNAL=") + c.signal,
-                                                  std::string("TARGET=") + c.target});
+    SCOPED_TRACE(std::string(c.target) + c.signal + " with QUILLC_JOBS=" + c.jobs);
+    fs::remove(m_Dir / "pids");
+    RunResult r = launch({"/bin/sh", "-c", kSignalDuringCompile, "sh", QUILLC_BIN, "-module", "a", "a.cpp", "-module",
+                          "b", "b.cpp"},
+                         {"FAKE_SLEEP=20", std::string("SIGNAL=") + c.signal, std::string("TARGET=") + c.target,
+                          std::string("QUILLC_JOBS=") + c.jobs, std::string("RUNNING=") + c.jobs});
     EXPECT_EQ(r.out, "1\n");
     const std::string err = read_file(m_Dir / "err");
     EXPECT_EQ(err, std::string("=F:[Term] \nCorvane has termed due to receive a signal ") + c.number + ".\n");
     const std::string out = after_banner(read_file(m_Dir / "out"));
-    EXPECT_TRUE(out.starts_with("Generate file 'a_create.cpp'\nStart wrapper generating...\ncd sc_module;gcc "));
-    EXPECT_TRUE(out.ends_with(" -c  a_create.cpp\n") && std::count(out.begin(), out.end(), '\n') == 3) << out;
+    EXPECT_EQ(out, "Generate file 'a_create.cpp'\nGenerate file 'b_create.cpp'\nStart wrapper generating...\n"
+                   "cd sc_module;gcc -std=c++2a -D NDEBUG -Wall -O2 -I${SYSTEMC_PATH}/include "
+                   "-I${QUILLC_PATH}/include -I${TARN_HOME}/include -I.  -DSC_WRAPPER  -I.. -c  a_create.cpp\n");
     EXPECT_EQ(after_banner(log()), out + err);
-    EXPECT_TRUE(ends(std::stoi(read_file(m_Dir / "pid")))) << "the compile was left running";
+    const std::vector<std::string> pids = splitString(read_file(m_Dir / "pids"), '\n');
+    EXPECT_EQ(pids.size(), std::stoul(c.jobs) + 1) << "compiles started";
+    for (size_t i = 0; i + 1 < pids.size(); ++i)
+      EXPECT_TRUE(ends(std::stoi(pids[i]))) << "a compile was left running";
     EXPECT_EQ(read_file(work() / "sc_module/a_create.cpp"), kExport);
+    // The compiles ran with the default actions and nothing blocked.
+    EXPECT_EQ(read_file(m_Dir / "signals"), kDefaultSignalState);
   }
 }
 
@@ -183,7 +258,7 @@ TEST_F(QuillcRun, InterruptToQuillcAloneWaitsForTheCommandAsSystemDoes) {
   EXPECT_EQ(r.out, "0\n");
   EXPECT_TRUE(read_file(m_Dir / "out").ends_with(kLastLine));
   // The compile ran with the default actions and nothing blocked.
-  EXPECT_EQ(read_file(m_Dir / "signals"), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
+  EXPECT_EQ(read_file(m_Dir / "signals"), kDefaultSignalState);
 }
 
 TEST_F(QuillcRun, ClosedStandardStreamsNeverReceiveTheLog) {

@@ -36,5 +36,12 @@ if(QUILLC_BUILD_TESTS)
   add_test(NAME kit.CompilerCache
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/ccache_test.sh $<TARGET_FILE:quillc>
       ${PROJECT_BINARY_DIR}/quillc-env ${PROJECT_SOURCE_DIR})
-  set_tests_properties(kit.PrecompiledHeaders kit.CompilerCache PROPERTIES TIMEOUT 600)
+  add_test(NAME kit.SharedCompilerCache
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/remote_cache_test.sh $<TARGET_FILE:quillc>
+      ${PROJECT_BINARY_DIR}/quillc-env $<TARGET_FILE:kit_cosim_loader> ${PROJECT_SOURCE_DIR})
+  add_test(NAME kit.DistributedCompiles
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/distcc_test.sh $<TARGET_FILE:quillc>
+      ${PROJECT_BINARY_DIR}/quillc-env $<TARGET_FILE:kit_cosim_loader> ${PROJECT_SOURCE_DIR})
+  set_tests_properties(kit.PrecompiledHeaders kit.CompilerCache kit.SharedCompilerCache
+    kit.DistributedCompiles PROPERTIES TIMEOUT 600)
 endif()

@@ -16,7 +16,7 @@ packages=(
   libsystemc-dev libclang-14-dev verilator valgrind
   gzip bzip2 xz-utils ncompress
   lsb-release procps hostname
-  ccache groff-base man-db bash-completion dpkg-dev pkgconf
+  ccache redis-server distcc groff-base man-db bash-completion dpkg-dev pkgconf
 )
 
 missing=()

@@ -1,11 +1,13 @@
 # shellcheck shell=bash
 # What the shell tests share; they source it first.  Strict mode, the C
-# locale, a scratch directory removed at exit, and fail(), which reports a
-# check that failed and lets the test go on to the next.
+# locale, a scratch directory removed at exit (after the servers that the
+# test started are stopped), and fail(), which reports a check that failed
+# and lets the test go on to the next.
 set -euo pipefail
 export LC_ALL=C
 scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
+servers=()
+trap 'for pid in ${servers[@]+"${servers[@]}"}; do kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null || true; done; rm -rf "$scratch"' EXIT
 failures=0
 fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
 # A check that $2 is $3, where $1 says what was checked.
@@ -24,4 +26,24 @@ build_counter() {
   expect "$2: precompiled headers used" \
     "$(grep '^! ' "$scratch/$2/err" | sed "s|^! $SYSTEMC_PATH/include/systemc\.h\.gch/||" | paste -sd ' ')" "$3"
   expect "$2: the loader" "$("${loader:?}" "$scratch/$2/libcorvanesc.so" counter 2>&1)" "counter: 0 failed checks"
+}
+
+# Prints a TCP port of 127.0.0.1 that is free now.
+free_port() {
+  python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
+}
+
+# Starts server $1 as "${@:3}" in the background, its output in
+# $scratch/$1.log, to be stopped when the test ends, and waits up to 10 s
+# for the shell command $2 to succeed; the test ends if it does not.
+start_server() {
+  "${@:3}" >"$scratch/$1.log" 2>&1 &
+  servers+=($!)
+  for _ in {1..100}; do
+    eval "$2" >/dev/null 2>&1 && return
+    sleep 0.1
+  done
+  echo "FAIL: $1 did not start:" >&2
+  cat "$scratch/$1.log" >&2
+  exit 1
 }
