@@ -20,10 +20,10 @@ namespace {
 // request.  A compile also appends its process id to $TEST_DIR/pids and
 // records its signal state in $TEST_DIR, and becomes a sleep of
 // $FAKE_SLEEP seconds when asked.  With $FAKE_TALK it writes two lines to
-// each stream, a while apart (longer for the export sources that the
-// pattern $FAKE_TALK matches), and marks in $TEST_DIR/load when a compile
-// starts (+) and ends (-) and when anything else runs (=).  The wrapper generator it links
-// records its own run.
+// each stream, a while apart (longer, and with a line of 70,000 bytes
+// between them, for the export sources that the pattern $FAKE_TALK
+// matches), and marks in $TEST_DIR/load when a compile starts (+) and ends
+// (-) and when anything else runs (=).  The wrapper generator it links records its own run.
 const char kFakeGcc[] = R"(#!/bin/sh
 printf '%s|%s\n' "${PWD##*/}" "$*" >> "$CALLS"
 case " $* " in *" -c "*)
@@ -34,7 +34,7 @@ case " $* " in *" -c "*)
     echo + >> "$TEST_DIR/load"
     source=${*##* }
     echo "$source says"; echo "$source warns" >&2
-    case $source in $FAKE_TALK) sleep 0.4;; *) sleep 0.05;; esac
+    case $source in $FAKE_TALK) head -c 70000 /dev/zero | tr '\0' 0; echo; sleep 0.4;; *) sleep 0.05;; esac
     echo "$source ends"; echo "$source ended" >&2
     echo - >> "$TEST_DIR/load"
   fi;;
@@ -170,7 +170,9 @@ TEST_F(QuillcRun, ParallelCompilesPrintWhatTheSequentialRunPrints) {
   EXPECT_EQ(after_banner(runs[1].out), after_banner(runs[0].out));
   EXPECT_EQ(runs[1].err, runs[0].err);
   EXPECT_EQ(logs[1], logs[0]);
-  EXPECT_NE(runs[1].out.find("-c  a_create.cpp\na_create.cpp says\na_create.cpp ends\ncd sc_module;gcc "),
+  EXPECT_NE(runs[1].out.find("-c  b_create.cpp\nb_create.cpp says\nb_create.cpp ends\ncd sc_module;gcc "),
+            std::string::npos);
+  EXPECT_NE(runs[1].out.find("-c  a_create.cpp\na_create.cpp says\n" + std::string(70000, '0') + "\na_create.cpp ends\n"),
             std::string::npos);
   EXPECT_TRUE(runs[1].err.starts_with("a_create.cpp warns\na_create.cpp ended\nb_create.cpp warns\n")) << runs[1].err;
 }
