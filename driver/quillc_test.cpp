@@ -21,10 +21,10 @@ namespace {
 // request.  A compile also appends its process id to $TEST_DIR/pids and
 // records its signal state in $TEST_DIR, and becomes a sleep of
 // $FAKE_SLEEP seconds when asked.  With $FAKE_TALK it writes two lines to
-// each stream, a while apart (longer for the export sources that the
-// pattern $FAKE_TALK matches), and marks in $TEST_DIR/load when a compile
-// starts (+) and ends (-) and when anything else runs (=).  The wrapper generator it links
-// records its own run.
+// each stream, a while apart (longer, and with a line of 70,000 bytes
+// between them, for the export sources that the pattern $FAKE_TALK
+// matches), and marks in $TEST_DIR/load when a compile starts (+) and ends
+// (-) and when anything else runs (=).  The wrapper generator it links records its own run.
 const char kFakeGcc[] = R"(#!/bin/sh
 printf '%s|%s\n' "${PWD##*/}" "$*" >> "$CALLS"
 case " $* " in *" -c "*)
@@ -35,7 +35,7 @@ case " $* " in *" -c "*)
     echo + >> "$TEST_DIR/load"
     source=${*##* }
     echo "$source says"; echo "$source warns" >&2
-    case $source in $FAKE_TALK) sleep 0.4;; *) sleep 0.05;; esac
+    case $source in $FAKE_TALK) head -c 70000 /dev/zero | tr '\0' 0; echo; sleep 0.4;; *) sleep 0.05;; esac
     echo "$source ends"; echo "$source ended" >&2
     echo - >> "$TEST_DIR/load"
   fi;;
@@ -152,26 +152,35 @@ TEST_F(QuillcRun, ParallelCompilesPrintWhatTheSequentialRunPrints) {
   std::vector<std::string> args;
   for (const char *name : {"a", "b", "c", "d"})
     args.insert(args.end(), {"-module", name, std::string(name) + ".cpp"});
-  RunResult runs[2];
-  std::string logs[2];
-  for (int jobs : {1, 2}) {
+  // Without a temporary directory the output cannot be held: each compile
+  // waits for its turn and runs on the console, one at a time.
+  const struct {
+    const char *jobs, *tmpdir;
+    int most;
+  } configurations[] = {{"1", "/tmp", 1}, {"2", "/tmp", 2}, {"2", "/nonexistent", 1}};
+  RunResult runs[3];
+  std::string logs[3];
+  for (int i = 0; i < 3; ++i) {
+    const auto &c = configurations[i];
     fs::remove(m_Dir / "load");
-    runs[jobs - 1] = quillc(args, {"FAKE_TALK=[ad]_create.cpp", "FAKE_FAIL=c_create.cpp", "CALLS=/dev/null",
-                                   "QUILLC_JOBS=" + std::to_string(jobs)});
-    logs[jobs - 1] = after_banner(log());
+    runs[i] = quillc(args, {"FAKE_TALK=[ad]_create.cpp", "FAKE_FAIL=c_create.cpp", "CALLS=/dev/null",
+                            std::string("QUILLC_JOBS=") + c.jobs, std::string("TMPDIR=") + c.tmpdir});
+    logs[i] = after_banner(log());
     int running = 0, most = 0;
     for (char mark : read_file(m_Dir / "load")) {
       running += mark == '+' ? 1 : mark == '-' ? -1 : 0;
       most = std::max(most, running);
       EXPECT_TRUE(mark != '=' || running == 0) << "a link ran beside a compile";
     }
-    EXPECT_EQ(most, jobs);
+    EXPECT_EQ(most, c.most) << c.tmpdir;
+    EXPECT_EQ(after_banner(runs[i].out), after_banner(runs[0].out)) << c.tmpdir;
+    EXPECT_EQ(runs[i].err, runs[0].err) << c.tmpdir;
+    EXPECT_EQ(logs[i], logs[0]) << c.tmpdir;
   }
   EXPECT_EQ(runs[1].status, 0);
-  EXPECT_EQ(after_banner(runs[1].out), after_banner(runs[0].out));
-  EXPECT_EQ(runs[1].err, runs[0].err);
-  EXPECT_EQ(logs[1], logs[0]);
-  EXPECT_NE(runs[1].out.find("-c  a_create.cpp\na_create.cpp says\na_create.cpp ends\ncd sc_module;gcc "),
+  EXPECT_NE(runs[1].out.find("-c  b_create.cpp\nb_create.cpp says\nb_create.cpp ends\ncd sc_module;gcc "),
+            std::string::npos);
+  EXPECT_NE(runs[1].out.find("-c  a_create.cpp\na_create.cpp says\n" + std::string(70000, '0') + "\na_create.cpp ends\n"),
             std::string::npos);
   EXPECT_TRUE(runs[1].err.starts_with("a_create.cpp warns\na_create.cpp ended\nb_create.cpp warns\n")) << runs[1].err;
 }
