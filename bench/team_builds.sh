@@ -69,17 +69,11 @@ build_as() {
 build_as sequential ""
 build_as jobs2 "" QUILLC_JOBS=2
 
-chmod 711 "$scratch"
-hosts=""
 for daemon in daemon1 daemon2; do
-  port=$(free_port)
-  mkdir -m 1777 "$scratch/$daemon.tmp"
-  TMPDIR="$scratch/$daemon.tmp" start_server "$daemon" "grep -q 'daemon started' '$scratch/$daemon.log'" \
-    distccd --daemon --no-detach --listen 127.0.0.1 --allow 127.0.0.1 --port "$port" --jobs 2 --log-stderr --log-level info
-  hosts+=" 127.0.0.1:$port/2"
+  start_distccd "$daemon" 2
 done
 mkdir "$scratch/distcc.state"
-build_as distcc /usr/lib/distcc QUILLC_JOBS=4 DISTCC_HOSTS="$hosts" DISTCC_DIR="$scratch/distcc.state" \
+build_as distcc /usr/lib/distcc QUILLC_JOBS=4 DISTCC_HOSTS="$distcc_hosts" DISTCC_DIR="$scratch/distcc.state" \
   DISTCC_FALLBACK=0
 remote_compiles=$(cat "$scratch"/daemon{1,2}.log | grep -c COMPILE_OK || true)
 

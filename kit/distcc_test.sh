@@ -12,20 +12,11 @@ source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
 quillc=$1 env_command=$2 loader=$3 root=$4
 eval "$("$env_command")"
 
-# Run by root, distccd changes to an account of its own, which has to reach
-# its folder for temporary files.
-chmod 711 "$scratch"
-hosts=""
 for daemon in first second; do
-  port=$(free_port)
-  mkdir -m 1777 "$scratch/$daemon"
-  TMPDIR="$scratch/$daemon" start_server "$daemon" "grep -q 'daemon started' '$scratch/$daemon.log'" \
-    distccd --daemon --no-detach --listen 127.0.0.1 --allow 127.0.0.1 --port "$port" \
-    --jobs 2 --log-stderr --log-level info
-  hosts+=" 127.0.0.1:$port/1"
+  start_distccd "$daemon" 1
 done
 mkdir "$scratch/client" "$scratch/work"
-export PATH="/usr/lib/distcc:$PATH" DISTCC_HOSTS="$hosts" DISTCC_DIR="$scratch/client" DISTCC_FALLBACK=0 \
+export PATH="/usr/lib/distcc:$PATH" DISTCC_HOSTS="$distcc_hosts" DISTCC_DIR="$scratch/client" DISTCC_FALLBACK=0 \
   QUILLC_JOBS=4
 unset DISTCC_VERBOSE DISTCC_SKIP_LOCAL_RETRY
 [ "$(command -v gcc)" = /usr/lib/distcc/gcc ] || { echo "FAIL: no masquerading gcc" >&2; exit 1; }

@@ -47,3 +47,18 @@ start_server() {
   cat "$scratch/$1.log" >&2
   exit 1
 }
+
+# Starts distccd $1 on a free port of 127.0.0.1, taking compiles from there
+# only, $2 at a time, and adds it to $distcc_hosts.  Run by root, distccd
+# changes to an account of its own, which has to reach its folder for
+# temporary files.
+start_distccd() {
+  local port
+  port=$(free_port)
+  chmod 711 "$scratch"
+  mkdir -m 1777 "$scratch/$1.tmp"
+  TMPDIR="$scratch/$1.tmp" start_server "$1" "grep -q 'daemon started' '$scratch/$1.log'" \
+    distccd --daemon --no-detach --listen 127.0.0.1 --allow 127.0.0.1 --port "$port" \
+    --jobs 2 --log-stderr --log-level info
+  distcc_hosts+=" 127.0.0.1:$port/$2"
+}
