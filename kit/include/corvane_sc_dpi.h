@@ -119,8 +119,9 @@ void advance_to(int64_t now_ps);
 /// (with the error recorded) when the model does not settle.
 bool settle();
 
-/// The time of the next pending event in picoseconds, or -1.
-int64_t next_event_ps();
+/// The time of the next pending event in picoseconds, or -1; \p settled
+/// when settle() has just found nothing left at the current time.
+int64_t next_event_ps(bool settled);
 
 /// Whether the model has stopped the simulation.
 bool stopped();
@@ -139,7 +140,7 @@ int evaluate(int64_t now_ps, svBit run, int64_t *next_ps, Write write, Read read
     if (run && !settle())
       return -1;
     read();
-    *next_ps = next_event_ps();
+    *next_ps = next_event_ps(run);
     return stopped() ? 1 : 0;
   } catch (...) {
     return fail_current_exception();
