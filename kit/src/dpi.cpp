@@ -102,8 +102,8 @@ void advance_to(int64_t now_ps) {
     sc_core::sc_start(target - now);
 }
 
-bool settle() {
-  for (long deltas = 0; sc_core::sc_pending_activity_at_current_time(); ++deltas) {
+bool settle(bool written) {
+  for (long deltas = 0; (written && deltas == 0) || sc_core::sc_pending_activity_at_current_time(); ++deltas) {
     if (deltas == kMaxDeltas) {
       fail(("the model does not settle: " + std::to_string(kMaxDeltas) + " delta cycles at " +
             sc_core::sc_time_stamp().to_string())
