@@ -155,12 +155,11 @@ template <class T> struct same_type {
 /// Writes \p value to an input's signal unless the signal holds it: no
 /// update is pending on an input between evaluations, so the write would
 /// change nothing, and skipping it spares the kernel a check per input.
-/// Whether it wrote.  The library's signals are plain sc_signals, so the
-/// calls need not go through the virtual table.
+/// Whether it wrote.
 template <class T> inline bool put(sc_core::sc_signal<T> &signal, const typename same_type<T>::type &value) {
-  if (signal.sc_core::sc_signal<T>::read() == value)
+  if (signal.read() == value)
     return false;
-  signal.sc_core::sc_signal<T>::write(value);
+  signal.write(value);
   return true;
 }
 
