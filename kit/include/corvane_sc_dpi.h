@@ -115,12 +115,14 @@ int fail_current_exception();
 /// Brings the kernel to \p now_ps (starting it the first time).
 void advance_to(int64_t now_ps);
 
-/// Runs the delta cycles at the current time until none is pending; false
-/// (with the error recorded) when the model does not settle.
-bool settle();
+/// Runs the delta cycles at the current time until none is pending (at
+/// least one when \p written, which an input write has made pending);
+/// false (with the error recorded) when the model does not settle.
+bool settle(bool written);
 
-/// The time of the next pending event in picoseconds, or -1.
-int64_t next_event_ps();
+/// The time of the next pending event in picoseconds, or -1; \p settled
+/// when settle() has just found nothing left at the current time.
+int64_t next_event_ps(bool settled);
 
 /// Whether the model has stopped the simulation.
 bool stopped();
@@ -129,21 +131,36 @@ bool stopped();
 template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal);
 
 /// One evaluation (see corvane_sc_dpi_M_eval above): \p write writes the
-/// inputs, \p read reads the outputs.
+/// inputs and tells whether any changed, \p read reads the outputs.
 template <class Write, class Read>
 int evaluate(int64_t now_ps, svBit run, int64_t *next_ps, Write write, Read read) {
   try {
     if (run)
       advance_to(now_ps);
-    write();
-    if (run && !settle())
+    const bool written = write();
+    if (run && !settle(written))
       return -1;
     read();
-    *next_ps = next_event_ps();
+    *next_ps = next_event_ps(run);
     return stopped() ? 1 : 0;
   } catch (...) {
     return fail_current_exception();
   }
+}
+
+template <class T> struct same_type {
+  using type = T;
+};
+
+/// Writes \p value to an input's signal unless the signal holds it: no
+/// update is pending on an input between evaluations, so the write would
+/// change nothing, and skipping it spares the kernel a check per input.
+/// Whether it wrote.
+template <class T> inline bool put(sc_core::sc_signal<T> &signal, const typename same_type<T>::type &value) {
+  if (signal.read() == value)
+    return false;
+  signal.write(value);
+  return true;
 }
 
 /// A handle's entry of \p table, or null (with the error recorded).

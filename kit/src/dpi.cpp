@@ -102,8 +102,8 @@ void advance_to(int64_t now_ps) {
     sc_core::sc_start(target - now);
 }
 
-bool settle() {
-  for (long deltas = 0; sc_core::sc_pending_activity_at_current_time(); ++deltas) {
+bool settle(bool written) {
+  for (long deltas = 0; (written && deltas == 0) || sc_core::sc_pending_activity_at_current_time(); ++deltas) {
     if (deltas == kMaxDeltas) {
       fail(("the model does not settle: " + std::to_string(kMaxDeltas) + " delta cycles at " +
             sc_core::sc_time_stamp().to_string())
@@ -115,11 +115,20 @@ bool settle() {
   return true;
 }
 
-int64_t next_event_ps() {
-  // With nothing pending, the time to the next activity is the time left.
-  const sc_core::sc_time at = sc_core::sc_time_stamp() + sc_core::sc_time_to_pending_activity();
-  if (at == sc_core::sc_max_time())
-    return -1;
+int64_t next_event_ps(bool settled) {
+  sc_core::sc_time at;
+  if (settled) {
+    // Nothing is left at the current time, so the next activity is the
+    // earliest timed event; asking the kernel whether anything is pending
+    // again would cost one more look at its update queues.
+    if (!sc_core::sc_get_curr_simcontext()->next_time(at))
+      return -1;
+  } else {
+    // With nothing pending, the time to the next activity is the time left.
+    at = sc_core::sc_time_stamp() + sc_core::sc_time_to_pending_activity();
+    if (at == sc_core::sc_max_time())
+      return -1;
+  }
   const uint64_t unit = ps_value();
   if (unit)
     return static_cast<int64_t>((at.value() + unit - 1) / unit);

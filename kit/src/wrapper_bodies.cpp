@@ -197,14 +197,14 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
       if (is_input(port.shape)) {
         parameters += ", " + c_argument(c, false) + in;
         switch (c.form) {
-        case Crossing::Bit: writes += "        " + p + "->write(" + in + " & 1);\n"; break;
+        case Crossing::Bit: writes += "        written |= corvane_sc::dpi::put(*" + p + ", " + in + " & 1);\n"; break;
         case Crossing::Logic:
-          writes += "        " + p + "->write(sc_dt::sc_logic(static_cast<sc_dt::sc_logic_value_t>(" + in +
-                    " & 3)));\n";
+          writes += "        written |= corvane_sc::dpi::put(*" + p +
+                    ", sc_dt::sc_logic(static_cast<sc_dt::sc_logic_value_t>(" + in + " & 3)));\n";
           break;
         case Crossing::Word:
-          writes += "        corvane_sc::dpi::from_u64(" + v + ", " + in + ");\n        " + p + "->write(" + v +
-                    ");\n";
+          writes += "        corvane_sc::dpi::from_u64(" + v + ", " + in + ");\n        written |= corvane_sc::dpi::put(*" +
+                    p + ", " + v + ");\n";
           break;
         case Crossing::Bits:
           if (viaBits)
@@ -212,13 +212,15 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
                       " = ports->b" + n + ";\n";
           else
             writes += "        corvane_sc::dpi::from_words(" + v + ", " + in + ");\n";
-          writes += "        " + p + "->write(" + v + ");\n";
+          writes += "        written |= corvane_sc::dpi::put(*" + p + ", " + v + ");\n";
           break;
         case Crossing::LogicBits:
-          writes += "        corvane_sc::dpi::from_logic(" + v + ", " + in + ");\n        " + p + "->write(" + v +
-                    ");\n";
+          writes += "        corvane_sc::dpi::from_logic(" + v + ", " + in +
+                    ");\n        written |= corvane_sc::dpi::put(*" + p + ", " + v + ");\n";
           break;
-        case Crossing::Real: writes += "        " + p + "->write(static_cast<" + type + ">(" + in + "));\n"; break;
+        case Crossing::Real:
+          writes += "        written |= corvane_sc::dpi::put(*" + p + ", static_cast<" + type + ">(" + in + "));\n";
+          break;
         }
       }
       if (is_output(port.shape)) {
@@ -255,8 +257,8 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
             parameters + ", int64_t *next_ps) {\n" +
             "  " + ports + " *ports = corvane_sc::dpi::find(" + table + "(), handle, " + name + ");\n" +
             "  if (!ports)\n    return -1;\n" +
-            "  return corvane_sc::dpi::evaluate(\n      now_ps, run, next_ps,\n      [&] {\n" + writes +
-            "      },\n      [&] {\n" + reads + "      });\n}\n";
+            "  return corvane_sc::dpi::evaluate(\n      now_ps, run, next_ps,\n      [&] {\n        bool written = false;\n" + writes +
+            "        return written;\n      },\n      [&] {\n" + reads + "      });\n}\n";
   }
   return text;
 }
