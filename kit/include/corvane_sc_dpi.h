@@ -49,6 +49,12 @@
  * --x-initial rules), a Z reads as 0, and of the model's own X and Z it
  * keeps the a bit, so X reads as 1 and Z as 0.  Known bits are exact.
  *
+ * Inouts.  An inout's net is driven by the model all the time, with the
+ * value its SystemC signal holds (sc_inout<T> binds to one signal, which
+ * has no notion of letting go), and what the net holds is written back to
+ * the model at every evaluation.  A testbench that drives the net too makes
+ * it a net of two drivers, resolved as SystemVerilog resolves any such net.
+ *
  * Errors.  A refused value, an exception or a SystemC error in the model,
  * a model that oscillates (a million delta cycles at one time) or a bad
  * handle makes the call return -1; wrapper.sv then calls $fatal with
