@@ -8,7 +8,7 @@
 # libclang's precompiled header is made by the front end's own code, with
 # the libclang that the wrapper generator loads and the arguments of its
 # parse; a new front end makes them again.
-add_executable(kit_clang_pch src/clang_pch_main.cpp)
+add_executable(kit_clang_pch generator/clang_pch_main.cpp)
 target_include_directories(kit_clang_pch PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(kit_clang_pch PRIVATE kit_wrapper_generator ${CMAKE_DL_LIBS})
 set_target_properties(kit_clang_pch PROPERTIES OUTPUT_NAME clang_pch
@@ -31,16 +31,16 @@ add_custom_target(kit_pch ALL DEPENDS ${kit_pch_stamp})
 
 if(QUILLC_BUILD_TESTS)
   add_test(NAME kit.PrecompiledHeaders
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pch_test.sh $<TARGET_FILE:quillc>
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/tests/pch_test.sh $<TARGET_FILE:quillc>
       ${PROJECT_BINARY_DIR}/quillc-env $<TARGET_FILE:kit_cosim_loader> ${PROJECT_SOURCE_DIR})
   add_test(NAME kit.CompilerCache
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/ccache_test.sh $<TARGET_FILE:quillc>
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/tests/ccache_test.sh $<TARGET_FILE:quillc>
       ${PROJECT_BINARY_DIR}/quillc-env ${PROJECT_SOURCE_DIR})
   add_test(NAME kit.SharedCompilerCache
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/remote_cache_test.sh $<TARGET_FILE:quillc>
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/tests/remote_cache_test.sh $<TARGET_FILE:quillc>
       ${PROJECT_BINARY_DIR}/quillc-env $<TARGET_FILE:kit_cosim_loader> ${PROJECT_SOURCE_DIR})
   add_test(NAME kit.DistributedCompiles
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/distcc_test.sh $<TARGET_FILE:quillc>
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/tests/distcc_test.sh $<TARGET_FILE:quillc>
       ${PROJECT_BINARY_DIR}/quillc-env $<TARGET_FILE:kit_cosim_loader> ${PROJECT_SOURCE_DIR})
   set_tests_properties(kit.PrecompiledHeaders kit.CompilerCache kit.SharedCompilerCache
     kit.DistributedCompiles PROPERTIES TIMEOUT 600)

@@ -89,110 +89,11 @@ const char *corvane_sc_dpi_error(void);
 #ifdef __cplusplus
 }
 
-#include "corvane_sc_cosim.h"
+#include "corvane_sc_runtime.h"
 
-#include <systemc>
-
-#include <exception>
-
-namespace corvane_sc {
-class PortSignal;
-} // namespace corvane_sc
-
-/// What the generated DPI glue shares; the library defines it.
+/// DPI's value formats to and from SystemC's; the core of the runtime
+/// (corvane_sc_runtime.h) does the rest.
 namespace corvane_sc::dpi {
-
-/// Builds an instance of \p module for SystemVerilog path \p path; null
-/// with the error recorded on failure.
-corvane_sc_instance *instantiate(const char *module, const char *path);
-
-/// Port \p index of \p instance (wrapper order); null when out of range.
-PortSignal *port_signal(corvane_sc_instance *instance, int index);
-
-/// Records \p message as the latest failure and returns -1.
-int fail(const char *message);
-
-/// Records that \p module has no instance \p handle; returns -1.
-int bad_handle(const char *module, int handle);
-
-/// Turns what is being thrown into the latest failure; returns -1.
-int fail_current_exception();
-
-/// Brings the kernel to \p now_ps (starting it the first time).
-void advance_to(int64_t now_ps);
-
-/// Runs the delta cycles at the current time until none is pending (at
-/// least one when \p written, which an input write has made pending);
-/// false (with the error recorded) when the model does not settle.
-bool settle(bool written);
-
-/// The time of the next pending event in picoseconds, or -1; \p settled
-/// when settle() has just found nothing left at the current time.
-int64_t next_event_ps(bool settled);
-
-/// Whether the model has stopped the simulation.
-bool stopped();
-
-/// Typed access to a port's signal, checked once at instantiation.
-template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal);
-
-/// One evaluation (see corvane_sc_dpi_M_eval above): \p write writes the
-/// inputs and tells whether any changed, \p read reads the outputs.
-template <class Write, class Read>
-int evaluate(int64_t now_ps, svBit run, int64_t *next_ps, Write write, Read read) {
-  try {
-    if (run)
-      advance_to(now_ps);
-    const bool written = write();
-    if (run && !settle(written))
-      return -1;
-    read();
-    *next_ps = next_event_ps(run);
-    return stopped() ? 1 : 0;
-  } catch (...) {
-    return fail_current_exception();
-  }
-}
-
-template <class T> struct same_type {
-  using type = T;
-};
-
-/// Writes \p value to an input's signal unless the signal holds it: no
-/// update is pending on an input between evaluations, so the write would
-/// change nothing, and skipping it spares the kernel a check per input.
-/// Whether it wrote.
-template <class T> inline bool put(sc_core::sc_signal<T> &signal, const typename same_type<T>::type &value) {
-  if (signal.read() == value)
-    return false;
-  signal.write(value);
-  return true;
-}
-
-/// A handle's entry of \p table, or null (with the error recorded).
-template <class Ports> Ports *find(std::vector<Ports> &table, int handle, const char *module) {
-  if (handle >= 0 && static_cast<std::size_t>(handle) < table.size())
-    return &table[handle];
-  bad_handle(module, handle);
-  return nullptr;
-}
-
-/// Bits of a two-valued value of up to 64 bits.
-template <class T> inline void from_u64(T &value, uint64_t bits) {
-  if constexpr (std::is_integral_v<T>)
-    value = static_cast<T>(bits);
-  else
-    value = bits;
-}
-
-template <class T> inline uint64_t to_u64(const T &value) {
-  if constexpr (std::is_integral_v<T>)
-    return static_cast<uint64_t>(value);
-  else if constexpr (std::is_base_of_v<sc_dt::sc_signed, T> || std::is_base_of_v<sc_dt::sc_int_base, T>)
-    return static_cast<uint64_t>(value.to_int64());
-  else
-    return value.to_uint64();
-}
 
 /// The low \p width bits of \p bits (1 to 64) as DPI's 32-bit words.
 inline void put_word(uint64_t bits, unsigned width, svBitVecVal *out) {
@@ -232,17 +133,6 @@ template <class V> inline void to_logic(const V &value, svLogicVecVal *bits) {
 }
 
 } // namespace corvane_sc::dpi
-
-#include "corvane_sc_glue.h"
-
-template <class T>
-bool corvane_sc::dpi::bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal) {
-  auto *typed = dynamic_cast<SignalOf<T> *>(port_signal(instance, index));
-  if (!typed)
-    return fail("the generated DPI glue does not match the library's port signals"), false;
-  signal = &typed->signal();
-  return true;
-}
 
 #endif
 

@@ -1,4 +1,4 @@
-#include "kit/src/source_layout.h"
+#include "kit/generator/source_layout.h"
 
 #include "driver/names.h"
 

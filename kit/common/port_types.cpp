@@ -1,4 +1,4 @@
-#include "kit/src/port_types.h"
+#include "kit/common/port_types.h"
 
 #include <systemc>
 

@@ -1,4 +1,4 @@
-#include "kit/src/port_names.h"
+#include "kit/common/port_names.h"
 
 #include <algorithm>
 #include <cctype>

@@ -2,7 +2,7 @@
 // libwrapper_generator.a with the design's export objects and runs it in
 // the work directory.
 
-#include "kit/src/wrapper_writer.h"
+#include "kit/generator/wrapper_writer.h"
 
 #include <systemc>
 

@@ -4,11 +4,11 @@
 
 #include "kit/include/corvane_sc_cosim.h"
 
-#include "kit/include/corvane_sc_dpi.h"
+#include "kit/include/corvane_sc_runtime.h"
 #include "kit/include/corvane_sc_glue.h"
-#include "kit/src/module_registry.h"
-#include "kit/src/port_names.h"
-#include "kit/src/port_types.h"
+#include "kit/common/module_registry.h"
+#include "kit/common/port_names.h"
+#include "kit/common/port_types.h"
 
 #include <systemc>
 
@@ -484,7 +484,7 @@ const char *corvane_sc_last_error(void) { return last_error().c_str(); }
 
 } // extern "C"
 
-corvane_sc::PortSignal *corvane_sc::dpi::port_signal(corvane_sc_instance *instance, int index) {
+corvane_sc::PortSignal *corvane_sc::runtime::port_signal(corvane_sc_instance *instance, int index) {
   if (!known(instance) || index < 0 || static_cast<size_t>(index) >= instance->ports.size())
     return nullptr;
   return instance->ports[index].signal.get();

@@ -7,7 +7,7 @@
 //   clang_pch HEADER OUTPUT     precompiles HEADER into OUTPUT and lists
 //                               every file read, one a line
 
-#include "kit/src/source_layout.h"
+#include "kit/generator/source_layout.h"
 
 #include <cstdio>
 #include <cstring>

@@ -9,7 +9,7 @@
 /// is its body.  Beside it, for that library, the glue for the design's
 /// port types and the names of its ports (corvane_sc_glue.h).
 
-#include "kit/src/port_types.h"
+#include "kit/common/port_types.h"
 
 #include <string>
 #include <vector>

@@ -6,7 +6,7 @@
 #
 #   remote_cache_test.sh QUILLC QUILLC_ENV LOADER ROOT
 # shellcheck source=testsupport/testsupport.sh
-source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../../testsupport/testsupport.sh"
 quillc=$1 env_command=$2 loader=$3 root=$4
 eval "$("$env_command")"
 

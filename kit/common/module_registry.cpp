@@ -1,4 +1,4 @@
-#include "kit/src/module_registry.h"
+#include "kit/common/module_registry.h"
 
 namespace corvane_sc {
 

@@ -5,7 +5,7 @@
 #
 #   ccache_test.sh QUILLC QUILLC_ENV ROOT
 # shellcheck source=testsupport/testsupport.sh
-source "$(dirname "${BASH_SOURCE[0]}")/../testsupport/testsupport.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../../testsupport/testsupport.sh"
 quillc=$1 env_command=$2 root=$3
 eval "$("$env_command")"
 export PATH="/usr/lib/ccache:$PATH" CCACHE_DIR="$scratch/cache" CCACHE_SLOPPINESS=pch_defines,time_macros

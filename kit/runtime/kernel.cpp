@@ -1,8 +1,8 @@
-// The shared half of the DPI-C layer of corvane_sc_dpi.h; the generated
-// glue (sc_module/dpi_glue.cpp) holds the typed half, one pair of
-// functions per module.
+// The core of the co-simulation runtime (corvane_sc_runtime.h): instances
+// by HDL path, the kernel's stepping and the error record, which every
+// simulator interface and the generated glue share.
 
-#include "kit/include/corvane_sc_dpi.h"
+#include "kit/include/corvane_sc_runtime.h"
 
 #include <systemc>
 
@@ -15,9 +15,9 @@ namespace {
 /// Delta cycles at one time after which a model is taken to oscillate.
 constexpr long kMaxDeltas = 1000000;
 
-/// corvane_sc_last_error() reads the library's record, which only the
-/// interface's own calls set; the DPI layer keeps its own beside it.
-std::string &dpi_error() {
+/// corvane_sc_last_error() reads the C interface's record, which only its
+/// own calls set; the simulator interfaces keep this one beside it.
+std::string &runtime_error() {
   static std::string &text = *new std::string;
   return text;
 }
@@ -35,7 +35,7 @@ uint64_t ps_value() {
   return value;
 }
 
-/// The SystemC name of SystemVerilog path \p path: "." becomes ":", and
+/// The SystemC name of HDL path \p path: "." becomes ":", and
 /// what SystemC refuses in a name or the mapping needs (white space, ":",
 /// "%") is written as %XX, so that distinct paths give distinct names.
 std::string systemc_name(const char *path) {
@@ -57,7 +57,7 @@ std::string systemc_name(const char *path) {
 
 } // namespace
 
-namespace corvane_sc::dpi {
+namespace corvane_sc::runtime {
 
 corvane_sc_instance *instantiate(const char *module, const char *path) {
   if (!path || !*path)
@@ -69,9 +69,11 @@ corvane_sc_instance *instantiate(const char *module, const char *path) {
 }
 
 int fail(const char *message) {
-  dpi_error() = message;
+  runtime_error() = message;
   return -1;
 }
+
+const char *error() { return runtime_error().c_str(); }
 
 int bad_handle(const char *module, int handle) {
   return fail(("no instance of module '" + std::string(module) + "' has handle " + std::to_string(handle)).c_str());
@@ -137,6 +139,4 @@ int64_t next_event_ps(bool settled) {
 
 bool stopped() { return sc_core::sc_end_of_simulation_invoked() || sc_core::sc_get_status() == sc_core::SC_STOPPED; }
 
-} // namespace corvane_sc::dpi
-
-extern "C" const char *corvane_sc_dpi_error(void) { return dpi_error().c_str(); }
+} // namespace corvane_sc::runtime

@@ -1,9 +1,9 @@
-#include "kit/src/wrapper_writer.h"
+#include "kit/generator/wrapper_writer.h"
 
 #include "driver/names.h"
-#include "kit/src/module_registry.h"
-#include "kit/src/port_names.h"
-#include "kit/src/source_layout.h"
+#include "kit/common/module_registry.h"
+#include "kit/common/port_names.h"
+#include "kit/generator/source_layout.h"
 #include "util/Compiler.h"
 
 #include <systemc>
@@ -24,47 +24,6 @@
 namespace corvane_sc {
 
 namespace {
-
-constexpr char kHeader[] =
-    "// SystemVerilog wrappers of the SystemC modules exported by this build,\n"
-    "// written by the wrapper generator.  The body of each module is its\n"
-    "// SystemC model in libcorvanesc.so, reached through DPI-C; how values,\n"
-    "// time, X and Z, names and errors cross is told in corvane_sc_dpi.h.\n"
-    "//\n"
-    "// Each instance builds its model in the first statement of an initial\n"
-    "// block and first runs the kernel after a zero delay, when every initial\n"
-    "// block has begun.  A # delay may count in another module's unit, so the\n"
-    "// wake-ups measure the unit once (one precision step) before using it.\n"
-    "// Without --timing, as in a lint, Verilator sees no timed parts.\n"
-    "`ifndef VERILATOR\n"
-    "`define CORVANE_SC_TIMED\n"
-    "`elsif VERILATOR_TIMING\n"
-    "`define CORVANE_SC_TIMED\n"
-    "`endif\n"
-    "// Lint waivers: one file holds every module, each a top when linted\n"
-    "// alone (DECLFILENAME, MULTITOP); shortreal is held as real (SHORTREAL);\n"
-    "// port names are the model's and may be C++ words, which the simulator\n"
-    "// renames in its own code (SYMRSVDWORD); outputs follow the model as a\n"
-    "// register would (COMBDLY); the evaluation reads every input, also on the\n"
-    "// model's own events (SYNCASYNCNET), and keeps the wake-up's time, read\n"
-    "// only by itself, with blocking writes (BLKSEQ).\n"
-    "// verilator lint_off DECLFILENAME\n"
-    "// verilator lint_off MULTITOP\n"
-    "// verilator lint_off SHORTREAL\n"
-    "// verilator lint_off SYMRSVDWORD\n"
-    "// verilator lint_off COMBDLY\n"
-    "// verilator lint_off SYNCASYNCNET\n"
-    "// verilator lint_off BLKSEQ\n";
-
-constexpr char kFooter[] =
-    "// verilator lint_on BLKSEQ\n"
-    "// verilator lint_on SYNCASYNCNET\n"
-    "// verilator lint_on COMBDLY\n"
-    "// verilator lint_on SYMRSVDWORD\n"
-    "// verilator lint_on SHORTREAL\n"
-    "// verilator lint_on MULTITOP\n"
-    "// verilator lint_on DECLFILENAME\n"
-    "`undef CORVANE_SC_TIMED\n";
 
 /// The DPI glue that wrapper.sv calls, beside the other generated files.
 constexpr char kDpiGlueSource[] = "dpi_glue.cpp";
@@ -305,32 +264,6 @@ WrapperModule describe_module(const ExportedModule &module, const sc_core::sc_mo
 }
 
 } // namespace
-
-std::string render_wrappers(const std::vector<WrapperModule> &modules) {
-  std::string text = kHeader;
-  for (const WrapperModule &module : modules) {
-    text += "\nmodule " + module.name;
-    if (module.ports.empty()) {
-      text += ";\n" + render_module_body(module) + "endmodule\n";
-      continue;
-    }
-    text += " (";
-    const char *separator = "\n";
-    std::string unmapped;
-    for (const WrapperPort &port : module.ports) {
-      const std::string type = port.shape.sv_type();
-      if (type.empty()) {
-        unmapped += "  // " + port.name + ": no SystemVerilog type for " + port.cxxType + "\n";
-        continue;
-      }
-      text += separator;
-      text += "  " + std::string(direction_name(port.shape.direction)) + " " + type + " " + port.name;
-      separator = ",\n";
-    }
-    text += "\n" + unmapped + ");\n" + render_module_body(module) + "endmodule\n";
-  }
-  return text + "\n" + kFooter;
-}
 
 std::string render_port_types(const std::vector<WrapperModule> &modules) {
   std::string text = "// The data types of this design's ports, written by the wrapper generator\n"

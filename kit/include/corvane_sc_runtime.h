@@ -1,0 +1,144 @@
+#ifndef CORVANE_SC_RUNTIME_H
+#define CORVANE_SC_RUNTIME_H
+
+/// \file
+/// The core of the co-simulation runtime in libcorvanesc.so: instances by
+/// their HDL path, the one SystemC kernel and its stepping, the error
+/// record.  Every simulator interface (DPI-C, VPI, VHPIDIRECT) and the glue
+/// that the wrapper generator writes for a design call it; none of it is
+/// specific to a simulator or a wrapper language.  The rules of
+/// corvane_sc_cosim.h hold (one kernel, one thread, elaboration before
+/// simulation).
+
+#include "corvane_sc_cosim.h"
+
+#include <systemc>
+
+#include <cstdint>
+#include <exception>
+#include <type_traits>
+#include <vector>
+
+namespace corvane_sc {
+class PortSignal;
+} // namespace corvane_sc
+
+namespace corvane_sc::runtime {
+
+/// Builds an instance of \p module for the HDL instance whose hierarchical
+/// name is \p path ("tb.pair.a"); null with the error recorded on failure.
+/// The SystemC name is the path with every "." made ":", and ":", "%",
+/// white space and other bytes outside printable ASCII written as %3A,
+/// %25, %20 ...: distinct paths give distinct names.
+corvane_sc_instance *instantiate(const char *module, const char *path);
+
+/// Port \p index of \p instance (wrapper order); null when out of range.
+PortSignal *port_signal(corvane_sc_instance *instance, int index);
+
+/// Records \p message as the latest failure and returns -1.
+int fail(const char *message);
+
+/// The latest failure that fail() recorded.
+const char *error();
+
+/// Records that \p module has no instance \p handle; returns -1.
+int bad_handle(const char *module, int handle);
+
+/// Turns what is being thrown into the latest failure; returns -1.
+int fail_current_exception();
+
+/// Brings the kernel to \p now_ps (starting it the first time).
+void advance_to(int64_t now_ps);
+
+/// Runs the delta cycles at the current time until none is pending (at
+/// least one when \p written, which an input write has made pending);
+/// false (with the error recorded) when the model does not settle.
+bool settle(bool written);
+
+/// The time of the next pending event in picoseconds, or -1; \p settled
+/// when settle() has just found nothing left at the current time.
+int64_t next_event_ps(bool settled);
+
+/// Whether the model has stopped the simulation.
+bool stopped();
+
+/// Typed access to a port's signal, checked once at instantiation.
+template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal);
+
+/// One evaluation of an instance at simulation time \p now_ps: with \p run
+/// it brings the kernel to now_ps, writes the inputs (\p write, which tells
+/// whether any changed), runs the delta cycles at now_ps and reads the
+/// outputs (\p read); without it (before the kernel first runs) it only
+/// writes and reads.  *next_ps is the kernel's next event, -1 when there
+/// is none.  Returns 0, 1 when the model has stopped the simulation, -1 on
+/// an error, which error() describes.
+template <class Write, class Read>
+int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read) {
+  try {
+    if (run)
+      advance_to(now_ps);
+    const bool written = write();
+    if (run && !settle(written))
+      return -1;
+    read();
+    *next_ps = next_event_ps(run);
+    return stopped() ? 1 : 0;
+  } catch (...) {
+    return fail_current_exception();
+  }
+}
+
+template <class T> struct same_type {
+  using type = T;
+};
+
+/// Writes \p value to an input's signal unless the signal holds it: no
+/// update is pending on an input between evaluations, so the write would
+/// change nothing, and skipping it spares the kernel a check per input.
+/// Whether it wrote.
+template <class T> inline bool put(sc_core::sc_signal<T> &signal, const typename same_type<T>::type &value) {
+  if (signal.read() == value)
+    return false;
+  signal.write(value);
+  return true;
+}
+
+/// A handle's entry of \p table, or null (with the error recorded).
+template <class Ports> Ports *find(std::vector<Ports> &table, int handle, const char *module) {
+  if (handle >= 0 && static_cast<std::size_t>(handle) < table.size())
+    return &table[handle];
+  bad_handle(module, handle);
+  return nullptr;
+}
+
+/// Bits of a two-valued value of up to 64 bits.
+template <class T> inline void from_u64(T &value, uint64_t bits) {
+  if constexpr (std::is_integral_v<T>)
+    value = static_cast<T>(bits);
+  else
+    value = bits;
+}
+
+template <class T> inline uint64_t to_u64(const T &value) {
+  if constexpr (std::is_integral_v<T>)
+    return static_cast<uint64_t>(value);
+  else if constexpr (std::is_base_of_v<sc_dt::sc_signed, T> || std::is_base_of_v<sc_dt::sc_int_base, T>)
+    return static_cast<uint64_t>(value.to_int64());
+  else
+    return value.to_uint64();
+}
+
+} // namespace corvane_sc::runtime
+
+#include "corvane_sc_glue.h"
+
+template <class T>
+bool corvane_sc::runtime::bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal) {
+  auto *typed = dynamic_cast<SignalOf<T> *>(port_signal(instance, index));
+  if (!typed)
+    return fail("the generated glue does not match the library's port signals"), false;
+  signal = &typed->signal();
+  return true;
+}
+
+#endif

@@ -1,0 +1,6 @@
+// The DPI-C entry points that every wrapper.sv imports beside the
+// generated per-module functions (sc_module/dpi_glue.cpp).
+
+#include "kit/include/corvane_sc_dpi.h"
+
+extern "C" const char *corvane_sc_dpi_error(void) { return corvane_sc::runtime::error(); }
