@@ -13,7 +13,7 @@ packages=(
   g++ cmake ninja-build make python3
   clang libclang-rt-14-dev
   libfmt-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
-  libsystemc-dev libclang-14-dev verilator valgrind
+  libsystemc-dev libclang-14-dev verilator iverilog ghdl valgrind
   gzip bzip2 xz-utils ncompress
   lsb-release procps hostname
   ccache redis-server distcc groff-base man-db bash-completion dpkg-dev pkgconf
