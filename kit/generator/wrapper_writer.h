@@ -46,9 +46,17 @@ std::string render_module_body(const WrapperModule &module);
 /// with each port's exact type.
 std::string render_dpi_glue(const std::vector<WrapperModule> &modules);
 
+/// The text of wrapper.vhd: a VHDL-2008 entity and architecture per
+/// module, reaching the model through VHPIDIRECT (corvane_sc_vhpidirect.h).
+std::string render_vhdl_wrappers(const std::vector<WrapperModule> &modules);
+
+/// The text of vhpi_glue.cpp: the VHPIDIRECT procedures that wrapper.vhd
+/// declares, with each port's exact type.
+std::string render_vhpi_glue(const std::vector<WrapperModule> &modules);
+
 /// One run of the generator in the work directory: every exported module,
-/// one console line per module and port, wrapper.sv and the two glue files
-/// in sc_module/ written.  Returns the exit status: 1 when a module could
+/// one console line per module and port, wrapper.sv, wrapper.vhd and the glue
+/// files in sc_module/ written.  Returns the exit status: 1 when a module could
 /// not be built, a port could not be mapped or a file could not be written
 /// (the rest is still written), else 0.
 int run_wrapper_generator();
