@@ -256,7 +256,7 @@ class Ghdl(QuillcRun):
 
     def test_models_traced(self):
         run = self.simulate("--top=cosim_tb", "--trace=vcd", "cosim_tb.vhd")
-        self.assertEqual((run.returncode, run.stdout.count("(report note): ok: "), "FAILED" in run.stdout),
+        self.assertEqual((run.returncode, run.stdout.count("(assertion note): ok: "), "FAILED" in run.stdout),
                          (0, 20, False), run.stdout + run.stderr)
         # The pulse's output at its first changes, as the waveform holds it.
         vcd = pathlib.Path(self.work, "sim_build/cosim_tb/trace.vcd").read_text()

@@ -27,11 +27,8 @@ architecture test of cosim_tb is
 
   procedure check(what : string; ok : boolean) is
   begin
-    if ok then
-      report "ok: " & what;
-    else
-      report "FAILED: " & what;
-    end if;
+    assert ok report "FAILED: " & what severity note;
+    assert not ok report "ok: " & what severity note;
   end procedure;
 begin
   c_one : entity work.counter port map (clk => clk, reset => '0', enable => enable, count => c1);

@@ -27,22 +27,12 @@ SC_MODULE(words) {
     range.write(signal.read() + 1);
     _both_.write(clk.read() * 2 + CLK.read());
   }
-  SC_CTOR(words) {
-    SC_METHOD(eval);
-    sensitive << in << signal << clk << CLK;
-  }
+  SC_CTOR(words) { SC_METHOD(eval); sensitive << in << signal << clk << CLK; }
 };
 
 // Stops the simulation when stop rises.
 SC_MODULE(stopper) {
   sc_in<bool> stop;
-  void check() {
-    if (stop.read())
-      sc_stop();
-  }
-  SC_CTOR(stopper) {
-    SC_METHOD(check);
-    sensitive << stop;
-    dont_initialize();
-  }
+  void check() { if (stop.read()) sc_stop(); }
+  SC_CTOR(stopper) { SC_METHOD(check); sensitive << stop; dont_initialize(); }
 };
