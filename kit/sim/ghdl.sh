@@ -34,12 +34,14 @@ ghdl_options() {
 }
 
 # The entities of the files that none of them instantiates ("ghdl -f"
-# marks them "**"), one a line, once the files analyse with the wrapper.
+# marks them "**"), the wrapper's left out, one a line, once the files
+# analyse with the wrapper.
 sim_tops() {
   local scratch entities entity status=0
   ghdl_options
   scratch=$(mktemp -d) || return 1
-  entities=$("${GHDL:-ghdl}" -f "$@" 2>&1 | sed -n -E 's/^entity (.*) \*\*$/\1/p')
+  entities=$("${GHDL:-ghdl}" -f "$@" 2>&1 | sed -n -E 's/^entity (.*) \*\*$/\1/p' |
+    grep -v -x -F -f <("${GHDL:-ghdl}" -f "$(sim_wrapper)" 2>&1 | sed -n -E 's/^entity ([^ ]*).*/\1/p'))
   if ! "${GHDL:-ghdl}" -i "${ghdl_analysis[@]}" --workdir="$scratch" "$(sim_wrapper)" "$@" >"$scratch/log" 2>&1; then
     status=1
   else
@@ -51,7 +53,7 @@ sim_tops() {
     cat "$scratch/log" >&2
     echo "quillc-sim: $* do not analyse with $(sim_wrapper) (GHDL's messages are above)" >&2
   else
-    printf '%s\n' $entities
+    [[ -z $entities ]] || printf '%s\n' $entities
   fi
   rm -rf "$scratch"
   return $status
