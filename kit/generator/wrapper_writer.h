@@ -4,9 +4,9 @@
 /// \file
 /// The wrapper generator: instantiates every exported module, walks its
 /// ports, names them (corvane_sc_cosim.h, rule 3) and writes, for each
-/// module, a SystemVerilog module of the same name with the same ports,
-/// for HDL to instantiate; the SystemC model in the co-simulation library
-/// is its body.  Beside it, for that library, the glue for the design's
+/// module, a SystemVerilog module and a VHDL entity of the same name with
+/// the same ports, for HDL to instantiate; the SystemC model in the
+/// co-simulation library is their body.  Beside it, for that library, the glue for the design's
 /// port types and the names of its ports (corvane_sc_glue.h).
 
 #include "kit/common/port_types.h"
