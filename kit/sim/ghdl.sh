@@ -6,8 +6,9 @@
 # ./libcorvanesc.so, so the simulation runs in the work directory (as
 # quillc-sim runs it); the wrapper stays the same wherever that directory
 # is.  The options after -- go to GHDL's analysis and elaboration, except
-# its run options (-gNAME=VALUE, --stop-time=, --assert-level= ...), which
-# go to the run.
+# --time-resolution=, which goes to the elaboration only, and its run
+# options (-gNAME=VALUE, --stop-time=, --assert-level= ...), which go to
+# the run.
 
 sim_wrapper() { echo wrapper.vhd; }
 sim_traces() { echo vcd fst; }
@@ -18,19 +19,22 @@ sim_version() {
   echo "${version%%$'\n'*}"
 }
 
-# Splits the options after -- into ghdl_analysis and ghdl_run.
+# Splits the options after -- into ghdl_analysis, ghdl_elaboration
+# (which holds ghdl_analysis) and ghdl_run.
 ghdl_options() {
   ghdl_analysis=(--std=08)
   ghdl_run=()
-  local option
+  local option resolution=()
   for option in "${extra[@]}"; do
     case $option in
+      --time-resolution=*) resolution+=("$option") ;;
       -g* | --stop-time=* | --stop-delta=* | --assert-level=* | --ieee-asserts=* | --backtrace-severity=* | \
         --max-stack-alloc=* | --disp-time | --disp-tree* | --unbuffered | --wave=* | --read-wave-opt=* | \
         --write-wave-opt=* | --vpi=* | --sdf*) ghdl_run+=("$option") ;;
       *) ghdl_analysis+=("$option") ;;
     esac
   done
+  ghdl_elaboration=("${ghdl_analysis[@]}" "${resolution[@]}")
 }
 
 # The entities of the files that none of them instantiates ("ghdl -f"
@@ -46,7 +50,7 @@ sim_tops() {
     status=1
   else
     for entity in $entities; do
-      "${GHDL:-ghdl}" -m "${ghdl_analysis[@]}" --workdir="$scratch" "$entity" >>"$scratch/log" 2>&1 || status=1
+      "${GHDL:-ghdl}" -m "${ghdl_elaboration[@]}" --workdir="$scratch" "$entity" >>"$scratch/log" 2>&1 || status=1
     done
   fi
   if ((status)); then
@@ -74,7 +78,7 @@ sim_build() {
   ghdl_options
   rm -f "$build"/*.cf
   "${GHDL:-ghdl}" -i "${ghdl_analysis[@]}" --workdir="$build" "${files[@]}" &&
-    "${GHDL:-ghdl}" -m "${ghdl_analysis[@]}" --workdir="$build" "$top"
+    "${GHDL:-ghdl}" -m "${ghdl_elaboration[@]}" --workdir="$build" "$top"
 }
 
 # GHDL's warnings in a build log.
@@ -83,5 +87,5 @@ sim_warnings() { grep -E ':warning:' "$1"; }
 sim_run() {
   ghdl_options
   [[ -n $trace ]] && ghdl_run+=("--$trace=$build/trace.$trace")
-  exec "${GHDL:-ghdl}" -r "${ghdl_analysis[@]}" --workdir="$build" "$top" "${ghdl_run[@]}"
+  exec "${GHDL:-ghdl}" -r "${ghdl_elaboration[@]}" --workdir="$build" "$top" "${ghdl_run[@]}"
 }
