@@ -4,9 +4,9 @@
 /// \file
 /// The wrapper generator: instantiates every exported module, walks its
 /// ports, names them (corvane_sc_cosim.h, rule 3) and writes, for each
-/// module, a SystemVerilog module of the same name with the same ports,
-/// for HDL to instantiate; the SystemC model in the co-simulation library
-/// is its body.  Beside it, for that library, the glue for the design's
+/// module, a SystemVerilog module and a VHDL entity of the same name with
+/// the same ports, for HDL to instantiate; the SystemC model in the
+/// co-simulation library is their body.  Beside it, for that library, the glue for the design's
 /// port types and the names of its ports (corvane_sc_glue.h).
 
 #include "kit/common/port_types.h"
@@ -46,9 +46,17 @@ std::string render_module_body(const WrapperModule &module);
 /// with each port's exact type.
 std::string render_dpi_glue(const std::vector<WrapperModule> &modules);
 
+/// The text of wrapper.vhd: a VHDL-2008 entity and architecture per
+/// module, reaching the model through VHPIDIRECT (corvane_sc_vhpidirect.h).
+std::string render_vhdl_wrappers(const std::vector<WrapperModule> &modules);
+
+/// The text of vhpi_glue.cpp: the VHPIDIRECT procedures that wrapper.vhd
+/// declares, with each port's exact type.
+std::string render_vhpi_glue(const std::vector<WrapperModule> &modules);
+
 /// One run of the generator in the work directory: every exported module,
-/// one console line per module and port, wrapper.sv and the two glue files
-/// in sc_module/ written.  Returns the exit status: 1 when a module could
+/// one console line per module and port, wrapper.sv, wrapper.vhd and the glue
+/// files in sc_module/ written.  Returns the exit status: 1 when a module could
 /// not be built, a port could not be mapped or a file could not be written
 /// (the rest is still written), else 0.
 int run_wrapper_generator();

@@ -8,6 +8,7 @@
 
 #include "corvane_sc_cosim.h"
 #include "corvane_sc_dpi.h"
+#include "corvane_sc_vhpidirect.h"
 
 // The glue for the design's own port types and the names of its ports,
 // generated for this design by the wrapper generator.
@@ -21,6 +22,9 @@ const corvane_sc::DesignGlue corvane_sc::kDesignGlue = {[](corvane_sc::GlueTable
 #endif
 #if __has_include("sc_module/dpi_glue.cpp")
 #include "sc_module/dpi_glue.cpp"
+#endif
+#if __has_include("sc_module/vhpi_glue.cpp")
+#include "sc_module/vhpi_glue.cpp"
 #endif
 
 // SystemC's library refers to sc_main; a co-simulation library never calls
@@ -53,6 +57,8 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_advance),
     reinterpret_cast<EntryPoint>(&corvane_sc_last_error),
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_error),
+    reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_length),
+    reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_text),
 };
 
 } // namespace

@@ -217,6 +217,68 @@ class CompileError(QuillcRun):
         self.assertFalse(self.exists("libcorvanesc.so") or self.exists("wrapper.sv"))
 
 
+class Ghdl(QuillcRun):
+    """The counter and the models of data/cosim.cpp and data/vhdl_models.cpp
+    inside GHDL through quillc-sim --simulator=ghdl: the counter's example
+    testbench and the three tops of data/cosim_tb.vhd, one traced."""
+    sources = ["examples/counter/counter.cpp", "examples/counter/tb.vhd"] + [
+        "kit/tests/data/" + name for name in ("cosim.cpp", "vhdl_models.cpp", "cosim_tb.vhd")]
+    arguments = ["-module", "counter", "counter.cpp", "-module", "comb", "-module", "types", "-module", "guard",
+                 "cosim.cpp", "-module", "pulse", "-module", "words", "-module", "stopper", "vhdl_models.cpp"]
+
+    def simulate(self, *arguments):
+        sim = os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim")
+        return self.call(sim, "--simulator=ghdl", *arguments, timeout=300)
+
+    def test_entities_and_candidate_tops(self):
+        # The names that VHDL cannot take as they are; the testbenches'
+        # port maps check the types.
+        wrapper = pathlib.Path(self.work, "wrapper.vhd").read_text()
+        self.assertEqual("".join(re.findall(r"(?ms)^entity words is\n.*?^end entity \w+;\n", wrapper)),
+                         pathlib.Path(__file__).with_name("expected").joinpath("vhdl_entities.vhd").read_text())
+        steps = os.path.join(kit_environment()["QUILLC_PATH"], "libexec", "sim", "ghdl.sh")
+        pathlib.Path(self.work, "broken.vhd").write_text("entity broken is end entity;\nuse work.none.all;\n")
+        for files, expected in [("cosim_tb.vhd tb.vhd", (0, "cosim_tb\nstop_tb\nerror_tb\ntb\n")),
+                                ("broken.vhd", (1, ""))]:
+            tops = self.call("bash", "-c", f"source {steps}; extra=(); sim_tops {files}")
+            self.assertEqual((tops.returncode, tops.stdout), expected, tops.stderr)
+        self.assertTrue(tops.stderr.endswith("quillc-sim: broken.vhd do not analyse with wrapper.vhd "
+                                             "(GHDL's messages are above)\n"), tops.stderr)
+
+    def test_counter_testbench(self):
+        run = self.simulate("tb.vhd")
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertEqual(re.findall(r"\(report note\): (.*)", run.stdout),
+                         ["ok: after reset: count = 0", "ok: 100 clocks with enable high: count = 100",
+                          "ok: 10 clocks with enable low: count = 100", "ok: reset: count = 0",
+                          "ok: 256 clocks wrap to: count = 0", "ok: 3 clocks more: count = 3",
+                          "counter: all checks passed"])
+
+    def test_models_traced(self):
+        run = self.simulate("--top=cosim_tb", "--trace=vcd", "cosim_tb.vhd")
+        self.assertEqual((run.returncode, run.stdout.count("(assertion note): ok: "), "FAILED" in run.stdout),
+                         (0, 20, False), run.stdout + run.stderr)
+        # The pulse's output at its first changes, as the waveform holds it.
+        vcd = pathlib.Path(self.work, "sim_build/cosim_tb/trace.vcd").read_text()
+        code = re.search(r"\$scope module ticks \$end\s+\$var reg 8 (\S+) count", vcd).group(1)
+        changes, now = [], 0
+        for line in vcd.split("\n"):
+            if line.startswith("#"):
+                now = int(line[1:])
+            elif line.endswith(" " + code) and line.startswith("b"):
+                changes.append((now, int(line[1:].split()[0], 2)))
+        self.assertEqual(changes[:4], [(0, 0), (1500000, 1), (3000000, 2), (4500000, 3)])
+
+    def test_stop_and_error_end_the_run(self):
+        stop = self.simulate("--top=stop_tb", "cosim_tb.vhd")
+        self.assertEqual((stop.returncode, stop.stdout, stop.stderr),
+                         (0, "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nsimulation finished @5ns\n", ""))
+        error = self.simulate("--top=error_tb", "cosim_tb.vhd")
+        self.assertEqual(error.returncode, 1)
+        self.assertRegex(error.stdout, r"^wrapper\.vhd:\d+:\d+:@2ns:\(report failure\): Error: guard: 255 is not a "
+                                       r"value this model takes\nIn file: \.\./cosim\.cpp:\d+\n")
+
+
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     for option in ("--quillc", "--env", "--loader", "--root"):

@@ -40,6 +40,10 @@ inline std::string dpi_function(const WrapperModule &module, const char *what) {
   return "corvane_sc_dpi_" + module.name + "_" + what;
 }
 
+inline std::string vhpi_function(const WrapperModule &module, const char *what) {
+  return "corvane_sc_vhpi_" + module.name + "_" + what;
+}
+
 } // namespace corvane_sc
 
 #endif
