@@ -28,6 +28,11 @@ namespace {
 /// The DPI glue that wrapper.sv calls, beside the other generated files.
 constexpr char kDpiGlueSource[] = "dpi_glue.cpp";
 
+/// The Verilog wrapper for Icarus Verilog, beside wrapper.sv, and its VPI
+/// glue.
+constexpr char kVerilogWrapper[] = "wrapper.v";
+constexpr char kVpiGlueSource[] = "vpi_glue.cpp";
+
 /// Writes "wrapper_generator: <severity>: <text>\n" to standard error,
 /// after what standard output holds so far.
 CORVANE_PRINTF(2, 3) void report(const char *severity, const char *format, ...) {
@@ -322,6 +327,7 @@ int run_wrapper_generator() {
   std::remove((directory + kPortTypeMappingHeader).c_str());
   std::remove((directory + kModuleFactorySource).c_str());
   std::remove((directory + kDpiGlueSource).c_str());
+  std::remove((directory + kVpiGlueSource).c_str());
 
   int status = 0;
   std::vector<WrapperModule> modules;
@@ -355,7 +361,9 @@ int run_wrapper_generator() {
   const bool written = write_file(kWrapperOutput, render_wrappers(modules)) &&
                        write_file(directory + kPortTypeMappingHeader, render_port_types(modules)) &&
                        write_file(directory + kModuleFactorySource, render_port_names(modules)) &&
-                       write_file(directory + kDpiGlueSource, render_dpi_glue(modules));
+                       write_file(directory + kDpiGlueSource, render_dpi_glue(modules)) &&
+                       write_file(kVerilogWrapper, render_verilog_wrappers(modules)) &&
+                       write_file(directory + kVpiGlueSource, render_vpi_glue(modules));
   if (!written)
     return 1;
   std::printf("Wrote %s: %zu module%s\n", kWrapperOutput, modules.size(), modules.size() == 1 ? "" : "s");
