@@ -44,17 +44,21 @@ std::string port_declaration(const PortShape &shape) {
 }
 
 std::string verilog_body(const WrapperModule &module) {
-  std::string registers, drives, inputs, outputs;
+  // The task's arguments are the glue's: per port, its net when it is an
+  // input, its register when it is an output.
+  std::string registers, drives, inputs, arguments;
   for (const WrapperPort &port : module.ports) {
     if (!mapped(port))
       continue;
     const PortShape &shape = port.shape;
-    if (is_input(shape))
+    if (is_input(shape)) {
       inputs += ", " + port.name;
+      arguments += ", " + port.name;
+    }
     if (!is_output(shape))
       continue;
     const std::string model = "sc$" + port.name;
-    outputs += ", " + model;
+    arguments += ", " + model;
     if (shape.direction == PortDirection::InOut) {
       // The model drives its inout's net all the time (corvane_sc_dpi.h).
       registers += "  " + declaration(shape, "reg") + " " + model + ";\n";
@@ -69,7 +73,7 @@ std::string verilog_body(const WrapperModule &module) {
       drives += "  always @(" + model + ")\n    " + port.name + " <= " + model + ";\n";
     }
   }
-  const std::string call = "$corvane_sc_eval(\"" + module.name + "\"" + inputs + outputs + ");\n";
+  const std::string call = "$corvane_sc_eval(\"" + module.name + "\"" + arguments + ");\n";
   std::string text = registers + (registers.empty() ? "" : "\n") + drives + (drives.empty() ? "" : "\n");
   if (inputs.empty())
     return text + "  initial\n    #0 " + call;
