@@ -285,7 +285,9 @@ PLI_INT32 compile(PLI_BYTE8 *) {
   if (!in->module) {
     if (arguments && name)
       vpi_free_object(arguments);
-    fail(in->path, "wrapper.v asks for a module that libcorvanesc.so does not know: run quillc again");
+    fail(in->path, ("wrapper.v asks for module '" + std::string(name ? value.value.str : "") +
+                    "', which libcorvanesc.so does not know: run quillc again")
+                       .c_str());
     return 0;
   }
   while (vpiHandle net = vpi_scan(arguments))
