@@ -7,37 +7,24 @@
 module icarus_tb;
   reg clk = 0, reset = 0, enable = 0, en2 = 0;
   wire [7:0] count, c2;
-  reg [7:0] x = 0;
-  wire [8:0] sum;
-  reg signed [11:0] s;
-  wire signed [11:0] s_neg;
-  reg [63:0] u;
-  wire [63:0] u_inv;
-  reg signed [63:0] ll;
-  wire signed [63:0] ll_half;
-  reg [127:0] w;
-  wire [127:0] w_inc;
-  reg signed [99:0] sw;
-  wire signed [99:0] sw_neg;
-  wire [3:0] hold;
-  wire interrupt;
-  real r, f;
-  wire real r_twice, f_half;
-  reg [7:0] l, two;
-  reg b;
-  wire [7:0] xs, zs, same, own, two_same, ticks;
-  wire [1:0] b_code;
-  realtime at;
-
   counter dut(.clk(clk), .reset(reset), .enable(enable), .count(count));
   counter other(.clk(clk), .reset(1'b0), .enable(en2), .count(c2));
-  comb adder(.a(x), .b(8'd5), .sum(sum), .diff());
+  reg [7:0] x = 0;
+  wire [8:0] sum;
+  comb adder(.a(x), .b(8'd5), .sum(sum));
+  reg signed [11:0] s; reg [63:0] u; reg signed [63:0] ll; reg [127:0] w; reg signed [99:0] sw; real r, f;
+  wire signed [11:0] s_neg; wire [63:0] u_inv; wire signed [63:0] ll_half; wire [127:0] w_inc;
+  wire signed [99:0] sw_neg; wire [3:0] hold; wire interrupt; wire real r_twice, f_half;
   types t(.s(s), .s_neg(s_neg), .u(u), .u_inv(u_inv), .ll(ll), .ll_half(ll_half), .w(w), .w_inc(w_inc),
-          .sw(sw), .sw_neg(sw_neg), .bv(70'd0), .bv_inv(), .l(8'd0), .l_same(), .hold(hold), .bit_in(1'b0),
-          .bit_out(), .r(r), .r_twice(r_twice), .f(f), .f_half(f_half), .interrupt(interrupt));
+          .sw(sw), .sw_neg(sw_neg), .hold(hold), .r(r), .r_twice(r_twice), .f(f), .f_half(f_half),
+          .interrupt(interrupt));
+  reg [7:0] l, two; reg b;
+  wire [7:0] xs, zs, same, own, two_same; wire [1:0] b_code;
   xz probe(.l(l), .xs(xs), .zs(zs), .same(same), .own(own), .b(b), .b_code(b_code), .two(two),
            .two_same(two_same));
+  wire [7:0] ticks;
   pulse p(.ticks(ticks));
+  realtime at;
 
   always #5 clk = ~clk;
 
