@@ -83,8 +83,9 @@ void end(int status) {
   vpi_control(vpiFinish, 1);
 }
 
-void fail(const std::string &path, const char *message) {
-  vpi_printf(const_cast<PLI_BYTE8 *>("FATAL: %s: %s\n"), path.c_str(), message);
+/// Prints "FATAL: " and \p message, which names the instance, and ends.
+void fail(const std::string &message) {
+  vpi_printf(const_cast<PLI_BYTE8 *>("FATAL: %s\n"), message.c_str());
   end(1);
 }
 
@@ -241,7 +242,7 @@ void evaluate(Instance &in) {
   int64_t next_ps = -1;
   const int status = in.module->eval(in.handle, static_cast<int64_t>(now / scale), true, in.values.data(), &next_ps);
   if (status < 0)
-    return fail(in.path, corvane_sc::runtime::error());
+    return fail(in.path + ": " + corvane_sc::runtime::error());
   write_outputs(in);
   if (status > 0)
     return end(0);
@@ -285,17 +286,16 @@ PLI_INT32 compile(PLI_BYTE8 *) {
   if (!in->module) {
     if (arguments && name)
       vpi_free_object(arguments);
-    fail(in->path, ("wrapper.v asks for module '" + std::string(name ? value.value.str : "") +
-                    "', which libcorvanesc.so does not know: run quillc again")
-                       .c_str());
+    fail(in->path + ": wrapper.v asks for module '" + (name ? value.value.str : "") +
+         "', which libcorvanesc.so does not know: run quillc again");
     return 0;
   }
   while (vpiHandle net = vpi_scan(arguments))
     in->nets.push_back(net);
   const corvane_sc::vpi::Module &module = *in->module;
   if (in->nets.size() != module.count) {
-    fail(in->path, ("wrapper.v and libcorvanesc.so disagree on the ports of module '" + std::string(module.name) +
-                    "': run quillc again").c_str());
+    fail(in->path + ": wrapper.v and libcorvanesc.so disagree on the ports of module '" + module.name +
+         "': run quillc again");
     return 0;
   }
   in->values.resize(module.count);
@@ -316,7 +316,8 @@ PLI_INT32 compile(PLI_BYTE8 *) {
       in->values[i].logic_bits = &in->words[in->offsets[i]];
   in->handle = module.make(in->path.c_str());
   if (in->handle < 0) {
-    fail(in->path, corvane_sc::runtime::error());
+    // The core's message names the instance.
+    fail(corvane_sc::runtime::error());
     return 0;
   }
   vpi_put_userdata(call, in.get());
