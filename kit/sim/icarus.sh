@@ -9,7 +9,7 @@
 
 sim_wrapper() { echo wrapper.v; }
 sim_package() { echo iverilog; }
-sim_version() { "${IVERILOG:-iverilog}" -V 2>/dev/null | head -n 1 && "${VVP:-vvp}" -V 2>/dev/null | head -n 1; }
+sim_version() { "${IVERILOG:-iverilog}" -V 2>/dev/null | sed -n 1p && "${VVP:-vvp}" -V 2>/dev/null | sed -n 1p; }
 
 # VCD always; FST when this vvp writes it.
 sim_traces() {

@@ -42,7 +42,6 @@ namespace {
 
 using corvane_sc::vpi::Form;
 
-
 struct Instance {
   const corvane_sc::vpi::Module *module = nullptr;
   std::string path;
@@ -50,7 +49,8 @@ struct Instance {
   std::vector<vpiHandle> nets;                     ///< An input's net or an output's register, per argument.
   std::vector<corvane_sc::vpi::Argument> values;   ///< What the glue reads and writes.
   std::vector<corvane_sc::vpi::Argument> written;  ///< The outputs as last written to the simulator.
-  std::vector<svLogicVecVal> words;                ///< The vectors' words, then their last written copies.
+  std::vector<svLogicVecVal> words;                ///< Per vector argument its words; an output's also
+                                                   ///< as last written, and as VPI's a/b words.
   std::vector<size_t> offsets;                     ///< Each vector argument's first word.
   bool outputsWritten = false;
   int64_t armed = -1;          ///< The time of the pending wake-up, in picoseconds.
