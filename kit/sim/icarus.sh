@@ -46,14 +46,19 @@ icarus_plusargs() {
 # The modules that Icarus elaborates as roots when given the files and
 # the wrapper, in the order the files declare them, the wrapper's own left
 # out; or the roots that the options name with -s.
-sim_tops() {
-  local dir wrapper_modules options i
+sim_tops_named() {
+  local i
   for ((i = 0; i < ${#extra[@]}; i++)); do
     case ${extra[i]} in
       -s) echo "${extra[i + 1]:-}" ;;
       -s?*) echo "${extra[i]#-s}" ;;
     esac
-  done | grep . && return 0
+  done
+}
+
+sim_tops() {
+  local dir wrapper_modules options
+  sim_tops_named | grep . && return 0
   dir=$(mktemp -d) || return 1
   mapfile -t options < <(icarus_options "$@")
   if ! "${IVERILOG:-iverilog}" "${options[@]}" -o "$dir/tops.vvp" "$@" "$(sim_wrapper)" >"$dir/log" 2>&1; then
@@ -82,6 +87,8 @@ sim_built() { [[ -f $build/$top.vvp ]]; }
 sim_build() {
   local options sources=("${files[@]}") roots=(-s "$top")
   mapfile -t options < <(icarus_options "${files[@]}")
+  # The roots that the options name are all kept, the top among them.
+  [[ $'\n'"$(sim_tops_named)"$'\n' != *$'\n'"$top"$'\n'* ]] || roots=()
   if [[ -n $trace ]]; then
     # Icarus has no bind: a second root asks for the waveform of the top.
     cat >"$build/trace.v" <<EOF_TRACE
