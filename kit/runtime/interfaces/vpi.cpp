@@ -262,6 +262,22 @@ std::vector<std::unique_ptr<Instance>> &instances() {
   return all;
 }
 
+/// Whether \p nets are what the glue of \p module reads and writes: as
+/// many, each vector as wide as its port, each output a register.
+bool matches(const corvane_sc::vpi::Module &module, const std::vector<vpiHandle> &nets) {
+  if (nets.size() != module.count)
+    return false;
+  for (size_t i = 0; i < nets.size(); ++i) {
+    const corvane_sc::vpi::Port &port = module.arguments[i];
+    const int type = vpi_get(vpiType, nets[i]);
+    if (port.form == Form::Real ? port.output && type != vpiRealVar
+                                : (port.output && type != vpiReg) ||
+                                      vpi_get(vpiSize, nets[i]) != static_cast<PLI_INT32>(port.width))
+      return false;
+  }
+  return true;
+}
+
 /// Builds the instance of a call of $corvane_sc_eval, before the
 /// simulation starts: its model, its arguments' nets and its words.
 PLI_INT32 compile(PLI_BYTE8 *) {
@@ -293,7 +309,7 @@ PLI_INT32 compile(PLI_BYTE8 *) {
   while (vpiHandle net = vpi_scan(arguments))
     in->nets.push_back(net);
   const corvane_sc::vpi::Module &module = *in->module;
-  if (in->nets.size() != module.count) {
+  if (!matches(module, in->nets)) {
     fail(in->path + ": wrapper.v and libcorvanesc.so disagree on the ports of module '" + module.name +
          "': run quillc again");
     return 0;
