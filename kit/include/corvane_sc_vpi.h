@@ -40,8 +40,9 @@
  *
  * Ends.  An error in a model (an exception, SC_REPORT_ERROR, a refused
  * value, a model that does not settle, a module that the library cannot
+ * build, a call whose arguments are not the glue's: a wrapper.v of another
  * build) prints "FATAL: <instance>: <message>" and ends the simulation
- * with status 1; sc_stop() in a model ends it normally, with status 0.
+ * with status 1, before it starts when the instance cannot be built; sc_stop() in a model ends it normally, with status 0.
  * After either, no instance enters the kernel again.
  */
 

@@ -89,7 +89,7 @@ void fail(const std::string &message) {
   end(1);
 }
 
-/// The two-valued bits of \p words: x and z read as 0.
+/// The two-valued bits of \p word: x and z read as 0.
 uint32_t known(const s_vpi_vecval &word) { return static_cast<uint32_t>(word.aval & ~word.bval); }
 
 void read_inputs(Instance &in) {
