@@ -31,6 +31,10 @@ constexpr char kDpiGlueSource[] = "dpi_glue.cpp";
 /// The VHDL wrapper beside wrapper.sv, and the VHPIDIRECT glue it calls.
 constexpr char kVhdlWrapperOutput[] = "wrapper.vhd";
 constexpr char kVhpiGlueSource[] = "vhpi_glue.cpp";
+/// The Verilog wrapper for Icarus Verilog, beside wrapper.sv, and its VPI
+/// glue.
+constexpr char kVerilogWrapper[] = "wrapper.v";
+constexpr char kVpiGlueSource[] = "vpi_glue.cpp";
 
 /// Writes "wrapper_generator: <severity>: <text>\n" to standard error,
 /// after what standard output holds so far.
@@ -327,6 +331,7 @@ int run_wrapper_generator() {
   std::remove((directory + kModuleFactorySource).c_str());
   std::remove((directory + kDpiGlueSource).c_str());
   std::remove((directory + kVhpiGlueSource).c_str());
+  std::remove((directory + kVpiGlueSource).c_str());
 
   int status = 0;
   std::vector<WrapperModule> modules;
@@ -362,7 +367,9 @@ int run_wrapper_generator() {
                        write_file(directory + kModuleFactorySource, render_port_names(modules)) &&
                        write_file(directory + kDpiGlueSource, render_dpi_glue(modules)) &&
                        write_file(kVhdlWrapperOutput, render_vhdl_wrappers(modules)) &&
-                       write_file(directory + kVhpiGlueSource, render_vhpi_glue(modules));
+                       write_file(directory + kVhpiGlueSource, render_vhpi_glue(modules)) &&
+                       write_file(kVerilogWrapper, render_verilog_wrappers(modules)) &&
+                       write_file(directory + kVpiGlueSource, render_vpi_glue(modules));
   if (!written)
     return 1;
   std::printf("Wrote %s: %zu module%s\n", kWrapperOutput, modules.size(), modules.size() == 1 ? "" : "s");

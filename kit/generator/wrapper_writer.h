@@ -54,11 +54,19 @@ std::string render_vhdl_wrappers(const std::vector<WrapperModule> &modules);
 /// declares, with each port's exact type.
 std::string render_vhpi_glue(const std::vector<WrapperModule> &modules);
 
+/// The text of wrapper.v: the same modules in Verilog for Icarus Verilog,
+/// whose bodies call the library's VPI task (corvane_sc_vpi.h).
+std::string render_verilog_wrappers(const std::vector<WrapperModule> &modules);
+
+/// The text of vpi_glue.cpp: for each module, its DPI-C glue behind a
+/// function of one signature, and the forms of its arguments.
+std::string render_vpi_glue(const std::vector<WrapperModule> &modules);
+
 /// One run of the generator in the work directory: every exported module,
-/// one console line per module and port, wrapper.sv, wrapper.vhd and the glue
-/// files in sc_module/ written.  Returns the exit status: 1 when a module could
-/// not be built, a port could not be mapped or a file could not be written
-/// (the rest is still written), else 0.
+/// one console line per module and port, wrapper.sv, wrapper.v, wrapper.vhd
+/// and the glue files in sc_module/ written.  Returns the exit status: 1
+/// when a module could not be built, a port could not be mapped or a file
+/// could not be written (the rest is still written), else 0.
 int run_wrapper_generator();
 
 } // namespace corvane_sc

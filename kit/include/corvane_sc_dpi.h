@@ -78,9 +78,14 @@ extern "C" {
 typedef uint8_t svBit;
 typedef uint8_t svLogic;
 typedef uint32_t svBitVecVal;
+#ifdef VPI_USER_H
+/* The same words as IEEE 1364's, which vpi_user.h has declared. */
+typedef s_vpi_vecval svLogicVecVal;
+#else
 typedef struct t_vpi_vecval {
   uint32_t aval, bval;
 } svLogicVecVal;
+#endif
 #endif
 
 /** The latest failure, as corvane_sc_last_error(), for $fatal in the wrapper. */

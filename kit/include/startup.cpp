@@ -9,6 +9,7 @@
 #include "corvane_sc_cosim.h"
 #include "corvane_sc_dpi.h"
 #include "corvane_sc_vhpidirect.h"
+#include "corvane_sc_vpi.h"
 
 // The glue for the design's own port types and the names of its ports,
 // generated for this design by the wrapper generator.
@@ -25,6 +26,12 @@ const corvane_sc::DesignGlue corvane_sc::kDesignGlue = {[](corvane_sc::GlueTable
 #endif
 #if __has_include("sc_module/vhpi_glue.cpp")
 #include "sc_module/vhpi_glue.cpp"
+#endif
+// The VPI side's glue calls the DPI-C glue above.
+#if __has_include("sc_module/vpi_glue.cpp")
+#include "sc_module/vpi_glue.cpp"
+#else
+const corvane_sc::vpi::DesignModules corvane_sc::vpi::kDesignModules = {nullptr, 0};
 #endif
 
 // SystemC's library refers to sc_main; a co-simulation library never calls
@@ -59,6 +66,8 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_error),
     reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_length),
     reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_text),
+    // With it, vlog_startup_routines, which vvp looks up.
+    reinterpret_cast<EntryPoint>(&corvane_sc_vpi_register),
 };
 
 } // namespace

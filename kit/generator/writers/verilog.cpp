@@ -1,0 +1,104 @@
+// The Verilog writer: wrapper.v, for Icarus Verilog, a module per exported
+// module with the names, directions and widths of wrapper.sv, whose body
+// reaches the SystemC model through the library's VPI task
+// (corvane_sc_vpi.h).  The task's arguments follow the per-module glue's
+// order (vpi_glue.cpp), which comes from the same description.
+
+#include "kit/generator/writers/crossing.h"
+
+#include <string>
+
+namespace corvane_sc {
+
+namespace {
+
+constexpr char kHeader[] =
+    "// Verilog wrappers of the SystemC modules exported by this build, for\n"
+    "// Icarus Verilog, written by the wrapper generator.  The body of each\n"
+    "// module is its SystemC model in libcorvanesc.so, which vvp loads as a VPI\n"
+    "// module (vvp -m ./libcorvanesc.so); how values, time, X and Z and errors\n"
+    "// cross is told in corvane_sc_vpi.h.\n"
+    "//\n"
+    "// The model writes each output into sc$<port>, which reaches the port\n"
+    "// through a nonblocking assignment, as from a register.  The evaluations\n"
+    "// start after a zero delay at time 0, when every process has begun.\n"
+    "`resetall\n"
+    "`timescale 1ps/1ps\n";
+
+/// The declaration of \p shape's port or register, after its keyword:
+/// "wire signed [11:0]", "reg [7:0]", "real".
+std::string declaration(const PortShape &shape, const char *kind) {
+  if (shape.kind == ValueKind::Real)
+    return "real";
+  std::string text = kind;
+  if (shape.isSigned)
+    text += " signed";
+  if (!shape.scalar)
+    text += " [" + std::to_string(shape.width - 1) + ":0]";
+  return text;
+}
+
+std::string port_declaration(const PortShape &shape) {
+  const char *kind = shape.direction == PortDirection::Output ? "reg" : "wire";
+  return std::string(direction_name(shape.direction)) + " " + declaration(shape, kind);
+}
+
+std::string verilog_body(const WrapperModule &module) {
+  // The task's arguments are the glue's: per port, its net when it is an
+  // input, its register when it is an output.
+  std::string registers, drives, inputs, arguments;
+  for (const WrapperPort &port : module.ports) {
+    if (!mapped(port))
+      continue;
+    const PortShape &shape = port.shape;
+    if (is_input(shape)) {
+      inputs += ", " + port.name;
+      arguments += ", " + port.name;
+    }
+    if (!is_output(shape))
+      continue;
+    const std::string model = "sc$" + port.name;
+    arguments += ", " + model;
+    if (shape.direction == PortDirection::InOut) {
+      // The model drives its inout's net all the time (corvane_sc_dpi.h).
+      registers += "  " + declaration(shape, "reg") + " " + model + ";\n";
+      drives += "  assign " + port.name + " = " + model + ";\n";
+    } else if (shape.kind == ValueKind::Real) {
+      // A real output is a net: a register of its own drives it.
+      registers += "  real " + model + ", " + model + "$q;\n";
+      drives += "  assign " + port.name + " = " + model + "$q;\n  always @(" + model + ")\n    " + model +
+                "$q <= " + model + ";\n";
+    } else {
+      registers += "  " + declaration(shape, "reg") + " " + model + ";\n";
+      drives += "  always @(" + model + ")\n    " + port.name + " <= " + model + ";\n";
+    }
+  }
+  const std::string call = "$corvane_sc_eval(\"" + module.name + "\"" + arguments + ");\n";
+  std::string text = registers + (registers.empty() ? "" : "\n") + drives + (drives.empty() ? "" : "\n");
+  if (inputs.empty())
+    return text + "  initial\n    #0 " + call;
+  return text + "  initial begin\n    #0;\n    forever begin\n      " + call + "      @(" + inputs.substr(2) +
+         ");\n    end\n  end\n";
+}
+
+} // namespace
+
+std::string render_verilog_wrappers(const std::vector<WrapperModule> &modules) {
+  std::string text = kHeader;
+  for (const WrapperModule &module : modules) {
+    text += "\nmodule " + module.name;
+    std::string ports, unmapped;
+    for (const WrapperPort &port : module.ports) {
+      if (mapped(port))
+        ports += std::string(ports.empty() ? "" : ",\n") + "  " + port_declaration(port.shape) + " " + port.name;
+      else
+        unmapped += "  // " + port.name + ": no Verilog type for " + port.cxxType + "\n";
+    }
+    if (!ports.empty() || !unmapped.empty())
+      text += " (\n" + ports + (ports.empty() ? "" : "\n") + unmapped + ")";
+    text += ";\n" + verilog_body(module) + "endmodule\n";
+  }
+  return text + "\n`resetall\n";
+}
+
+} // namespace corvane_sc
