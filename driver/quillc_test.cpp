@@ -7,6 +7,7 @@
 // file-size limit, a full disk or a compressor that is gone).
 // The exact command lines are the build plan's tests.
 
+#include "driver/build.h"
 #include "driver/log.h"
 #include "testsupport/testsupport.h"
 #include "util/crash.h"
@@ -201,6 +202,83 @@ TEST_F(QuillcRun, JobCountsOtherThanOneToOneHundredTwentyEightAreRefused) {
   }
 }
 
+// QUILLC_STRICT=1 leaves the run as it is, then names each failed command
+// with its status, last, on standard error and in the log, and ends with
+// status 1; one at a time or two at a time alike.  A kit variable that is
+// unset or does not hold the kit is said before anything runs and fails
+// the run as well.  0 is no variable at all.  The run's record tells each
+// step's commands and how they ended, in plan order.
+TEST_F(QuillcRun, StrictStatusNamesFailedCommandsAndKitVariablesLast) {
+  const fs::path kit = m_Dir / "kit";
+  for (const char *dir : {"sc/include", "q/include", "tarn"})
+    fs::create_directories(kit / dir);
+  write_file(kit / "sc/include/systemc.h", "");
+  write_file(kit / "q/include/startup.cpp", "");
+  const std::vector<std::string> args = {"-module", "a", "a.cpp", "-module", "b", "b.cpp"};
+  const std::vector<std::string> goodKit = {"SYSTEMC_PATH=" + (kit / "sc").string(),
+                                            "QUILLC_PATH=" + (kit / "q").string(),
+                                            "TARN_HOME=" + (kit / "tarn").string(), "FAKE_FAIL=b_create.cpp"};
+  const RunResult plain = quillc(args, goodKit);
+  const std::string plainLog = after_banner(log());
+  ASSERT_EQ(plain.err, "fake gcc: error in b_create.cpp\nfake gcc: error in b_create.cpp\n");
+
+  const std::vector<std::string_view> ab[] = {{"a"}, {"b"}};
+  const SourceUnit units[] = {{"a.cpp", ab[0]}, {"b.cpp", ab[1]}};
+  const BuildPlan steps[] = {plan_wrapper_generator(units, ""), plan_systemc_library(units, "")};
+  std::string failed, record = "quillc run record 1\n";
+  for (const BuildPlan &step : steps) {
+    record += &step == steps ? "step wrapper\n" : "step library\n";
+    for (const BuildAction &action : step) {
+      const bool fails = action.text.ends_with(" b_create.cpp");
+      if (action.kind != BuildAction::kEcho && action.kind != BuildAction::kMakeDirectory)
+        record += (fails ? "status 1\t" : "status 0\t") + action.subject + "\t" + action.text + "\n";
+      if (fails)
+        failed += "Failed (status 1): " + action.text + "\n";
+    }
+  }
+  const std::string kitSaid = "Kit variable SYSTEMC_PATH is not set; eval \"$(quillc-env)\" sets the kit's variables\n"
+                              "Kit variable QUILLC_PATH='" + (kit / "sc").string() + "' does not hold the kit: no file " +
+                              (kit / "sc/include/startup.cpp").string() + "\nKit variable TARN_HOME='" +
+                              (kit / "q/include/startup.cpp").string() + "' does not hold the kit: no directory " +
+                              (kit / "q/include/startup.cpp").string() + "\n";
+  const struct {
+    std::vector<std::string> env;
+    int status;
+    std::string before, after;
+  } cases[] = {
+      {{"QUILLC_STRICT=0"}, 0, "", ""},
+      {{"QUILLC_STRICT=1"}, 1, "", failed},
+      {{"QUILLC_STRICT=1", "QUILLC_JOBS=2"}, 1, "", failed},
+      {{"QUILLC_STRICT=1", "FAKE_FAIL=nothing"}, 0, "", ""},
+      {{"QUILLC_STRICT=1", "SYSTEMC_PATH", "QUILLC_PATH=" + (kit / "sc").string(),
+        "TARN_HOME=" + (kit / "q/include/startup.cpp").string(), "FAKE_FAIL=nothing"},
+       1, kitSaid, ""},
+  };
+  for (const auto &c : cases) {
+    std::vector<std::string> env = goodKit;
+    env.insert(env.end(), c.env.begin(), c.env.end());
+    const RunResult r = quillc(args, env);
+    SCOPED_TRACE(joinStrings(c.env, " "));
+    EXPECT_EQ(r.status, c.status);
+    const bool fails = c.env.back() != "FAKE_FAIL=nothing";
+    EXPECT_EQ(after_banner(r.out), after_banner(plain.out));
+    EXPECT_EQ(r.err, c.before + (fails ? plain.err : "") + c.after);
+    EXPECT_TRUE(log().starts_with(c.before)) << log();
+    EXPECT_EQ(after_banner(log()), plainLog + c.after);
+    if (fails) {
+      EXPECT_EQ(read_file(work() / "sc_module/quillc.run"), record + "end\n");
+    }
+  }
+  // Refused as a bad QUILLC_JOBS is: nothing runs, the banner included.
+  for (const char *value : {"2", "yes", "", " 1", "1 ", "+1", "-0", "10"}) {
+    const RunResult r = quillc(args, {std::string("QUILLC_STRICT=") + value, "CALLS=/dev/null"});
+    EXPECT_EQ(r.status, 1) << value;
+    EXPECT_EQ(r.err, "Wrong value of QUILLC_STRICT: '" + std::string(value) + "'. Expected 0 or 1\n");
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(log(), r.err);
+  }
+}
+
 TEST_F(QuillcRun, WrongArgumentsEndTheRunWithStatusOne) {
   const std::vector<std::string> cases[] = {{}, {"-bad", "top.cpp", "-module", "top"}};
   for (const auto &args : cases) {
@@ -257,6 +335,8 @@ TEST_F(QuillcRun, TerminationRequestsEndTheRunAndEveryRunningCompile) {
     for (size_t i = 0; i + 1 < pids.size(); ++i)
       EXPECT_TRUE(ends(std::stoi(pids[i]))) << "a compile was left running";
     EXPECT_EQ(read_file(work() / "sc_module/a_create.cpp"), kExport);
+    // Unfinished, to whoever reads the run's record.
+    EXPECT_EQ(read_file(work() / "sc_module/quillc.run"), "quillc run record 1\nstep wrapper\n");
     // The compiles ran with the default actions and nothing blocked.
     EXPECT_EQ(read_file(m_Dir / "signals"), kDefaultSignalState);
   }
