@@ -1,13 +1,15 @@
 # Installation and the Debian package.
 #
 #   bin/quillc, bin/quillc-env            the driver and the kit's command
+#   bin/quillc-sim                         the kit's quillc-sim, with the
+#                                          kit's environment
 #   lib/quillc/kit/                        the runtime kit (SYSTEMC_PATH,
 #                                          QUILLC_PATH and TARN_HOME point
 #                                          into it; quillc-env finds it
 #                                          relative to itself)
 #   lib/libcorvane_support.a, include/corvane/, lib/cmake/CorvaneSupport/,
 #   lib/pkgconfig/corvane-support.pc      the support library
-#   share/man/man1/quillc.1, share/bash-completion/completions/quillc
+#   share/man/man1/quillc.1, quillc-sim.1, share/bash-completion/completions/quillc
 #
 # The kit sits under lib/, not share/: it holds static libraries, a linker
 # script naming this machine's SystemC, and precompiled headers that only
@@ -42,8 +44,10 @@ if(QUILLC_BUILD_KIT)
   # The installed quillc-env: the same command, finding the kit from bin/.
   file(RELATIVE_PATH QUILLC_KIT_FROM_ENV /${CMAKE_INSTALL_BINDIR} /${QUILLC_KIT_INSTALL_DIR})
   configure_file(kit/quillc-env.in ${PROJECT_BINARY_DIR}/install/quillc-env @ONLY)
-  install(PROGRAMS ${PROJECT_BINARY_DIR}/install/quillc-env DESTINATION ${CMAKE_INSTALL_BINDIR}
-    COMPONENT runtime)
+  configure_file(kit/sim/quillc-sim-launcher.in ${PROJECT_BINARY_DIR}/install/quillc-sim @ONLY)
+  install(PROGRAMS ${PROJECT_BINARY_DIR}/install/quillc-env ${PROJECT_BINARY_DIR}/install/quillc-sim
+    DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  install(FILES dist/quillc-sim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
   # Without them the kit is slower, not wrong: a failure only warns.
   install(CODE "
     execute_process(COMMAND \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/quillc-env\" --refresh
@@ -116,6 +120,8 @@ include(CPack)
 
 if(QUILLC_BUILD_TESTS)
   add_test(NAME install.ManPage COMMAND ${PROJECT_SOURCE_DIR}/dist/man_test.sh ${PROJECT_SOURCE_DIR}/dist/quillc.1)
+  add_test(NAME install.ManPageSim
+    COMMAND ${PROJECT_SOURCE_DIR}/dist/man_test.sh ${PROJECT_SOURCE_DIR}/dist/quillc-sim.1)
   add_test(NAME install.BashCompletion
     COMMAND ${PROJECT_SOURCE_DIR}/dist/completion_test.sh ${PROJECT_SOURCE_DIR}/dist/quillc.bash)
   if(QUILLC_BUILD_KIT)

@@ -22,7 +22,7 @@ done
 # The maintainer scripts, and what the run below does not use; the rest is
 # used from the unpacked root.
 files=$(dpkg-deb -c "$deb" | awk '{ print $6 }'; dpkg-deb --ctrl-tarfile "$deb" | tar -t)
-for file in ./postinst ./prerm ./triggers ./usr/share/man/man1/quillc.1 \
+for file in ./postinst ./prerm ./triggers ./usr/share/man/man1/quillc.1 ./usr/share/man/man1/quillc-sim.1 \
   ./usr/share/bash-completion/completions/quillc ./usr/lib/cmake/CorvaneSupport/CorvaneSupportConfig.cmake; do
   grep -qxF "$file" <<<"$files" || fail "the package lacks $file"
 done
@@ -38,6 +38,10 @@ ln -s "$usr/bin/quillc-env" "$scratch/linked-env"
 eval "$("$scratch/linked-env")"
 expect SYSTEMC_PATH "$SYSTEMC_PATH" "$usr/lib/quillc/kit/systemc"
 build_counter "$usr/bin/quillc" work "wrapper cosim link"
+# quillc-sim from bin/, beside quillc, needs none of the kit's variables.
+cp "$root/examples/counter/tb.sv" "$scratch/work/"
+expect "quillc-sim from bin/" "$(cd "$scratch/work" && env -u SYSTEMC_PATH -u QUILLC_PATH -u TARN_HOME \
+  "$usr/bin/quillc-sim" tb.sv 2>&1 | grep -x 'counter: all checks passed')" "counter: all checks passed"
 
 # shellcheck disable=SC2046
 g++ -std=c++20 "$root/cmake/consumer/main.cpp" -o "$scratch/consumer" \

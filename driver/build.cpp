@@ -4,6 +4,7 @@
 #include "driver/export.h"
 #include "driver/log.h"
 #include "driver/names.h"
+#include "driver/record.h"
 
 #include <filesystem>
 
@@ -37,7 +38,8 @@ void plan_compiles(std::span<const SourceUnit> units, const std::string &compile
       continue;
     }
     fs::path exportName = make_export_name(unit.source);
-    plan.push_back({BuildAction::kCompile, enterBuildDir + compilePrefix + exportName.native()});
+    plan.push_back({BuildAction::kCompile, enterBuildDir + compilePrefix + exportName.native(),
+                    "compile " + std::string(unit.source)});
     link += kBuildDirectory;
     link += '/';
     link += exportName.replace_extension(".o").native();
@@ -61,8 +63,8 @@ BuildPlan plan_wrapper_generator(std::span<const SourceUnit> units, std::string_
   // after the system libraries.
   link += library + " ";
   link += "-o " + program + " " + kLinkTail + " " + library;
-  plan.push_back({BuildAction::kRunEchoed, std::move(link)});
-  plan.push_back({BuildAction::kRunSilent, program});
+  plan.push_back({BuildAction::kRunEchoed, std::move(link), "link " + program});
+  plan.push_back({BuildAction::kRunSilent, program, "run " + program});
   plan.push_back({BuildAction::kEcho, "End wrapper generating.\n"});
   return plan;
 }
@@ -79,7 +81,7 @@ BuildPlan plan_systemc_library(std::span<const SourceUnit> units, std::string_vi
 
   link += std::string(" -o ") + kCosimLibrary + " " + kLinkTail + " " + kQuillcLibDir +
           kCosimSupportLibrary;
-  plan.push_back({BuildAction::kRunEchoed, std::move(link)});
+  plan.push_back({BuildAction::kRunEchoed, std::move(link), std::string("link ") + kCosimLibrary});
   plan.push_back({BuildAction::kEcho, std::string("End generating SC library ") + kCosimLibrary + ".\n"});
   return plan;
 }
@@ -100,7 +102,7 @@ void run_build_action(const BuildAction &action) {
     // The child writes straight to our descriptors; what we printed must
     // be out first.
     flush_all_output();
-    run_shell_command(action.text);
+    record_command(action.subject, action.text, run_shell_command(action.text));
     break;
   }
 }

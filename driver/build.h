@@ -29,6 +29,9 @@ struct BuildAction {
   };
   Kind kind;
   std::string text;
+  /// What a command does, for the run's record: "compile <source>",
+  /// "link <file>" or "run <program>".
+  std::string subject = {};
 
   bool operator==(const BuildAction &) const = default;
 };

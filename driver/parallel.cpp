@@ -2,6 +2,7 @@
 
 #include "driver/command.h"
 #include "driver/log.h"
+#include "driver/record.h"
 
 #include <cerrno>
 #include <csignal>
@@ -87,6 +88,7 @@ struct Compile {
   State state = kWaiting;
   pid_t pid = 0;
   bool interrupted = false; ///< Ended by the user's interruption.
+  int status = -1;          ///< The wait status once ended; -1 if it never started.
   FileDescriptor out, err;  ///< Negative for a compile run on the console.
 };
 
@@ -138,6 +140,8 @@ int run_compiles(std::span<const BuildAction> actions, size_t jobs) {
     // shown, as a run of one command at a time would have shown it.
     while (compiles[head].state == Compile::kEnded) {
       print(compiles[head]);
+      if (!compiles[head].interrupted)
+        record_command(actions[head].subject, actions[head].text, compiles[head].status);
       if (compiles[head].interrupted || ++head == compiles.size())
         return interruption;
       if (interruption && compiles[head].state == Compile::kWaiting)
@@ -156,6 +160,7 @@ int run_compiles(std::span<const BuildAction> actions, size_t jobs) {
       Compile &compile = compiles[i];
       if (compile.state == Compile::kRunning && compile.pid == pid) {
         compile.state = Compile::kEnded;
+        compile.status = status;
         interruption = batch.interruption(status);
         compile.interrupted = interruption != 0;
       }
@@ -173,20 +178,25 @@ int run_compiles(std::span<const BuildAction> actions, size_t jobs) {
 
 } // namespace
 
+long parse_setting(const char *value, unsigned most) {
+  if (!*value)
+    return -1;
+  long number = 0;
+  for (const char *c = value; *c; ++c) {
+    if (*c < '0' || *c > '9')
+      return -1;
+    number = number * 10 + (*c - '0');
+    if (number > static_cast<long>(most))
+      return -1;
+  }
+  return number;
+}
+
 unsigned parse_job_count(const char *value) {
   if (!value)
     return 1;
-  if (!*value)
-    return 0;
-  unsigned count = 0;
-  for (const char *c = value; *c; ++c) {
-    if (*c < '0' || *c > '9')
-      return 0;
-    count = count * 10 + (*c - '0');
-    if (count > kMostCommandsAtOnce)
-      return 0;
-  }
-  return count;
+  const long count = parse_setting(value, kMostCommandsAtOnce);
+  return count < 0 ? 0 : static_cast<unsigned>(count);
 }
 
 void run_build_plan_parallel(const BuildPlan &plan, unsigned jobs) {

@@ -17,6 +17,11 @@
 /// The variable that asks for parallel compiles.
 inline constexpr char kJobsVariable[] = "QUILLC_JOBS";
 
+/// The number that \p value writes in decimal digits alone when it is no
+/// more than \p most; -1 otherwise (empty, signed, with blanks, too large).
+/// The variables that steer a run (QUILLC_JOBS, QUILLC_STRICT) are read so.
+long parse_setting(const char *value, unsigned most);
+
 /// How many compiles \p value (that of QUILLC_JOBS, null when it is not
 /// set) lets run at once: 1 when it is not set, the number when it is
 /// nothing but decimal digits worth 1 to kMostCommandsAtOnce, and 0 (a

@@ -6,6 +6,8 @@
 #include "driver/export.h"
 #include "driver/log.h"
 #include "driver/parallel.h"
+#include "driver/record.h"
+#include "driver/strict.h"
 #include "util/AppInfo.h"
 #include "util/roster.h"
 
@@ -50,6 +52,15 @@ int quillc_main(int argc, char **argv) {
                 kMostCommandsAtOnce);
     return 1;
   }
+  const char *strictValue = std::getenv(kStrictVariable);
+  const int strict = parse_strict(strictValue);
+  if (strict < 0) {
+    log_eprintf("Wrong value of %s: '%s'. Expected 0 or 1\n", kStrictVariable, strictValue);
+    return 1;
+  }
+  // A script that asked for a status it can trust learns first of a kit
+  // that the commands will not find.
+  const int kitProblems = strict ? check_kit_variables() : 0;
   tool_startup(argc, argv, "quillc");
 
   DriverArguments args;
@@ -57,6 +68,8 @@ int quillc_main(int argc, char **argv) {
     return 1;
 
   const std::string extraOptions = args.extraOptionsText();
+  // The record of an earlier run goes before the export sources change.
+  begin_run_record();
   generate_export_sources(args.units);
   // Each step is carried out whole before the next begins: the library's
   // compiles overwrite the objects that the wrapper generator's link reads.
@@ -66,7 +79,12 @@ int quillc_main(int argc, char **argv) {
     else
       run_build_plan(plan);
   };
+  record_step("wrapper");
   run(plan_wrapper_generator(args.units, extraOptions));
+  record_step("library");
   run(plan_systemc_library(args.units, extraOptions));
-  return 0;
+  end_run_record();
+  if (!strict)
+    return 0;
+  return (report_failed_commands() + kitProblems) > 0 ? 1 : 0;
 }

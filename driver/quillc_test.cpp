@@ -7,6 +7,7 @@
 // file-size limit, a full disk or a compressor that is gone).
 // The exact command lines are the build plan's tests.
 
+#include "driver/build.h"
 #include "driver/log.h"
 #include "testsupport/testsupport.h"
 #include "util/crash.h"
@@ -185,19 +186,84 @@ TEST_F(QuillcRun, ParallelCompilesPrintWhatTheSequentialRunPrints) {
   EXPECT_TRUE(runs[1].err.starts_with("a_create.cpp warns\na_create.cpp ended\nb_create.cpp warns\n")) << runs[1].err;
 }
 
-// A bad QUILLC_JOBS refuses the run before anything, the banner included.
-TEST_F(QuillcRun, JobCountsOtherThanOneToOneHundredTwentyEightAreRefused) {
-  for (const char *value : {"0", "-2", "two", "", " 3", "3 ", "+3", "129", "99999999999999999999", "1", "128"}) {
-    const bool good = value == std::string("1") || value == std::string("128");
-    RunResult r = quillc({"-module", "a", "a.cpp"}, {std::string("QUILLC_JOBS=") + value, "CALLS=/dev/null"});
-    EXPECT_EQ(r.status, good ? 0 : 1) << value;
-    if (good)
-      continue;
-    EXPECT_EQ(r.err, "Wrong value of QUILLC_JOBS: '" + std::string(value) +
-                         "'. Expected a whole number from 1 to 128\n");
-    EXPECT_EQ(r.out, "");
-    EXPECT_EQ(log(), r.err);
-    EXPECT_FALSE(fs::exists(work() / "sc_module"));
+// A bad QUILLC_JOBS or QUILLC_STRICT refuses the run before anything, the
+// banner included.
+TEST_F(QuillcRun, JobCountsAndStrictValuesOutOfRangeAreRefused) {
+  const struct {
+    const char *variable, *expected;
+    std::vector<const char *> values; // the good ones last
+    size_t good;
+  } cases[] = {{"QUILLC_JOBS", "a whole number from 1 to 128",
+                {"0", "-2", "two", "", " 3", "3 ", "+3", "129", "99999999999999999999", "1", "128"}, 2},
+               {"QUILLC_STRICT", "0 or 1", {"2", "yes", "", " 1", "+1", "-0", "10"}, 0}};
+  for (const auto &c : cases)
+    for (size_t i = 0; i < c.values.size(); ++i) {
+      const std::string value = c.values[i], variable = c.variable;
+      RunResult r = quillc({"-module", "a", "a.cpp"}, {variable + "=" + value, "CALLS=/dev/null"});
+      const bool good = i + c.good >= c.values.size();
+      EXPECT_EQ(r.status, good ? 0 : 1) << value;
+      if (good && fs::remove_all(work() / "sc_module"))
+        continue;
+      EXPECT_EQ(r.err, "Wrong value of " + variable + ": '" + value + "'. Expected " + c.expected + "\n");
+      EXPECT_EQ(r.out, "");
+      EXPECT_EQ(log(), r.err);
+      EXPECT_FALSE(fs::exists(work() / "sc_module"));
+    }
+}
+
+// QUILLC_STRICT=1 leaves the run as it is, then names each failed command
+// with its status, last, on standard error and in the log, and ends with
+// status 1; one at a time or two at a time alike.  A kit variable that is
+// unset or does not hold the kit is said before anything runs and fails
+// the run as well.  0 is no variable at all.
+TEST_F(QuillcRun, StrictStatusNamesFailedCommandsAndKitVariablesLast) {
+  // A kit of the shape that the check looks for, named relative to the
+  // work directory.
+  for (const char *dir : {"sc/include", "q/include", "tarn"})
+    fs::create_directories(work() / dir);
+  write_file(work() / "sc/include/systemc.h", "");
+  write_file(work() / "q/include/startup.cpp", "");
+  const std::vector<std::string> args = {"-module", "a", "a.cpp", "-module", "b", "b.cpp"};
+  const std::vector<std::string> goodKit = {"SYSTEMC_PATH=sc", "QUILLC_PATH=q", "TARN_HOME=tarn",
+                                            "FAKE_FAIL=b_create.cpp"};
+  const RunResult plain = quillc(args, goodKit);
+  const std::string plainLog = after_banner(log());
+  ASSERT_EQ(plain.err, "fake gcc: error in b_create.cpp\nfake gcc: error in b_create.cpp\n");
+
+  const std::vector<std::string_view> ab[] = {{"a"}, {"b"}};
+  const SourceUnit units[] = {{"a.cpp", ab[0]}, {"b.cpp", ab[1]}};
+  std::string failed;
+  for (const BuildPlan &step : {plan_wrapper_generator(units, ""), plan_systemc_library(units, "")})
+    for (const BuildAction &action : step)
+      if (action.text.ends_with(" b_create.cpp"))
+        failed += "Failed (status 1): " + action.text + "\n";
+  const std::string kitSaid = "Kit variable SYSTEMC_PATH is not set; eval \"$(quillc-env)\" sets the kit's variables\n"
+                              "Kit variable QUILLC_PATH='sc' does not hold the kit: no file sc/include/startup.cpp\n"
+                              "Kit variable TARN_HOME='q/include/startup.cpp' does not hold the kit: "
+                              "no directory q/include/startup.cpp\n";
+  const struct {
+    std::vector<std::string> env;
+    int status;
+    std::string before, after;
+  } cases[] = {
+      {{"QUILLC_STRICT=0"}, 0, "", ""},
+      {{"QUILLC_STRICT=1"}, 1, "", failed},
+      {{"QUILLC_STRICT=1", "QUILLC_JOBS=2"}, 1, "", failed},
+      {{"QUILLC_STRICT=1", "FAKE_FAIL=nothing"}, 0, "", ""},
+      {{"QUILLC_STRICT=1", "SYSTEMC_PATH", "QUILLC_PATH=sc", "TARN_HOME=q/include/startup.cpp",
+        "FAKE_FAIL=nothing"}, 1, kitSaid, ""},
+  };
+  for (const auto &c : cases) {
+    std::vector<std::string> env = goodKit;
+    env.insert(env.end(), c.env.begin(), c.env.end());
+    const RunResult r = quillc(args, env);
+    SCOPED_TRACE(joinStrings(c.env, " "));
+    EXPECT_EQ(r.status, c.status);
+    const bool fails = c.env.back() != "FAKE_FAIL=nothing";
+    EXPECT_EQ(after_banner(r.out), after_banner(plain.out));
+    EXPECT_EQ(r.err, c.before + (fails ? plain.err : "") + c.after);
+    EXPECT_TRUE(log().starts_with(c.before)) << log();
+    EXPECT_EQ(after_banner(log()), plainLog + c.after);
   }
 }
 
@@ -257,6 +323,8 @@ TEST_F(QuillcRun, TerminationRequestsEndTheRunAndEveryRunningCompile) {
     for (size_t i = 0; i + 1 < pids.size(); ++i)
       EXPECT_TRUE(ends(std::stoi(pids[i]))) << "a compile was left running";
     EXPECT_EQ(read_file(work() / "sc_module/a_create.cpp"), kExport);
+    // Unfinished, to whoever reads the run's record.
+    EXPECT_EQ(read_file(work() / "sc_module/quillc.run"), "quillc run record 1\nstep wrapper\n");
     // The compiles ran with the default actions and nothing blocked.
     EXPECT_EQ(read_file(m_Dir / "signals"), kDefaultSignalState);
   }

@@ -7,24 +7,35 @@ sim_traces() { echo fst vcd; }
 sim_package() { echo verilator; }
 sim_version() { "${VERILATOR:-verilator}" --version 2>/dev/null; }
 
-# The top that the Verilator options name, or else the first module that
-# the files declare and none of them instantiates.
-sim_top() {
-  local declared module i
-  for ((i = 0; i < ${#extra[@]}; i++)); do
-    case ${extra[i]} in
-      --top-module | --top) echo "${extra[i + 1]:-}"; return 0 ;;
-      --top-module=* | --top=*) echo "${extra[i]#*=}"; return 0 ;;
-    esac
-  done
-  declared=$(sed -n -E 's/^[[:space:]]*module[[:space:]]+(automatic[[:space:]]+|static[[:space:]]+)?([A-Za-z_][A-Za-z0-9_$]*).*/\2/p' "$@")
-  for module in $declared; do
-    if ! grep -v -E "^[[:space:]]*module[[:space:]]" "$@" |
-      grep -q -E "(^|[^A-Za-z0-9_$])$module[[:space:]]*(#[[:space:]]*\(.*\))?[[:space:]]+[A-Za-z_][A-Za-z0-9_$]*[[:space:]]*\("; then
-      echo "$module"
-      return 0
-    fi
-  done
+# The roots of the design as Verilator elaborates it: its XML netlist holds
+# one top-level cell per root (several roots are what its MULTITOP warning
+# lists), each located in the file that declares it.  The wrapper's modules
+# that the testbench leaves unused are roots too, and never the top.
+sim_tops() {
+  local scratch status
+  scratch=$(mktemp -d) || return 1
+  "${VERILATOR:-verilator}" --xml-only --xml-output "$scratch/design.xml" --Mdir "$scratch" --timing \
+    --timescale 1ps/1ps -Wno-fatal "${extra[@]}" "$@" >"$scratch/verilator.log" 2>&1
+  status=$?
+  if ((status == 0)); then
+    awk -v wrapper="$(sim_wrapper)" '
+      /^  <files>/ { infiles = 1; next }
+      /^  <\/files>/ { infiles = 0; next }
+      infiles && match($0, /id="[^"]*" filename="[^"]*"/) {
+        split(substr($0, RSTART, RLENGTH), f, "\"")
+        file[f[2]] = f[4]
+      }
+      /^  <netlist>/ { exit }
+      /^    <cell / && match($0, /loc="[^,"]*,/) {
+        id = substr($0, RSTART + 5, RLENGTH - 6)
+        if (file[id] != wrapper && match($0, / hier="[^"]*"/))
+          print substr($0, RSTART + 7, RLENGTH - 8)
+      }' "$scratch/design.xml"
+  else
+    cat "$scratch/verilator.log" >&2
+  fi
+  rm -rf "$scratch"
+  return "$status"
 }
 
 sim_built() { [[ -x $build/obj/$top ]]; }
@@ -50,6 +61,12 @@ EOF_TRACE
     options+=("$([[ $trace == fst ]] && echo --trace-fst || echo --trace)")
   fi
   "${VERILATOR:-verilator}" "${options[@]}" "${extra[@]}" -j "$(nproc)" "${sources[@]}"
+}
+
+# Each warning: its %Warning line and the indented lines under it (the
+# source shown, the instance, where the description is).
+sim_warnings() {
+  awk '/^%Warning/ { shown = 1; print; next } shown && /^ / { print; next } { shown = 0 }' "$1"
 }
 
 sim_run() { exec "$build/obj/$top"; }

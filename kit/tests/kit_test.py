@@ -199,6 +199,70 @@ class Cosim(QuillcRun):
             self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), timing)
 
 
+class SimChecks(QuillcRun):
+    """What quillc-sim checks around a Verilator build of the counter: a model
+    that the last quillc run did not build is refused, the top is the root
+    that Verilator elaborates (the wrapper's unused modules aside), and its
+    warnings are shown once."""
+    sources = ["examples/counter/counter.cpp", "examples/counter/tb.sv"]
+    arguments = ["-module", "counter", "counter.cpp"]
+    # A parameterised helper declared first, instantiated over three lines
+    # and fed 8 bits on its 16-bit input.
+    par_tb = """module par_checker #(parameter int W = 8) (input logic [W-1:0] data, output logic odd);
+  assign odd = ^data;
+endmodule
+module par_tb;
+  logic [7:0] narrow = 8'h07;
+  logic odd;
+  par_checker #(
+    .W(16)
+  ) chk (.data(narrow), .odd(odd));
+  initial #1 $display("odd %0d", odd);
+endmodule
+"""
+
+    def execute(self, *command, **env):
+        # A wrong top may never end.
+        result = self.call(*command, env=kit_environment() | env, timeout=120)
+        return result.returncode, result.stdout, result.stderr
+
+    def simulate(self, *files):
+        return self.execute(os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim"), *files)
+
+    def test_broken_source_is_refused_until_rebuilt(self):
+        source = pathlib.Path(self.work, "counter.cpp")
+        good = source.read_text()
+        source.write_text(good.replace("sc_in<bool> reset;", "sc_in<bool> reset"))
+        # Both links succeed, from the objects of the run before.
+        status, _, err = self.execute(ARGS.quillc, *self.arguments, QUILLC_STRICT="1")
+        failed = re.findall(r"(?m)^Failed \(status 1\): cd sc_module;gcc .* -c  counter_create\.cpp\n", err)
+        self.assertEqual((status, len(failed), err.endswith(failed[-1])), (1, 2, True), err)
+        self.assertEqual(self.simulate("tb.sv"), (
+            2, "", "quillc-sim: counter.cpp did not compile in the last quillc run (status 1): "
+                   "libcorvanesc.so holds an older model; fix it and run quillc again\n"))
+        source.write_text(good)
+        self.assertEqual(self.execute(ARGS.quillc, *self.arguments, QUILLC_STRICT="1")[::2], (0, ""))
+        status, out, err = self.simulate("tb.sv")
+        self.assertEqual((status, out.endswith("counter: all checks passed\n- tb.sv:43: Verilog $finish\n"), err),
+                         (0, True, "quillc-sim: top tb\n"))
+
+    def test_top_is_the_root_that_verilator_elaborates(self):
+        pathlib.Path(self.work, "par_tb.sv").write_text(self.par_tb)
+        pathlib.Path(self.work, "spare.sv").write_text("module spare;\nendmodule\n")
+        self.assertEqual(self.simulate("par_tb.sv", "spare.sv"), (2, "", (
+            "quillc-sim: 2 tops in par_tb.sv spare.sv: par_tb spare; name the one to simulate with --top=NAME\n")))
+        self.assertEqual(self.simulate("par_tb.sv"), (0, "odd 1\n", (
+            "quillc-sim: top par_tb\n%Warning-WIDTH: par_tb.sv:9:11: Input port connection 'data' expects 16 bits "
+            "on the pin connection, but pin connection's VARREF 'narrow' generates 8 bits.\n"
+            "                              : ... In instance par_tb\n"
+            "    9 |   ) chk (.data(narrow), .odd(odd));\n      |           ^~~~\n"
+            "                ... For warning description see https://verilator.org/warn/WIDTH?v=5.006\n"
+            "                ... Use \"/* verilator lint_off WIDTH */\" and lint_on around source to disable "
+            "this message.\n")))
+        # Not rebuilt: no warning.
+        self.assertEqual(self.simulate("par_tb.sv"), (0, "odd 1\n", "quillc-sim: top par_tb\n"))
+
+
 class CompileError(QuillcRun):
     sources = ["kit/tests/data/broken.cpp"]
     arguments = ["-module", "broken", "broken.cpp"]
