@@ -39,14 +39,14 @@ ghdl_options() {
 
 # The entities of the files that none of them instantiates ("ghdl -f"
 # marks them "**"), the wrapper's left out, one a line, once the files
-# analyse with the wrapper.
+# (the wrapper among them) analyse.
 sim_tops() {
   local scratch entities entity status=0
   ghdl_options
   scratch=$(mktemp -d) || return 1
   entities=$("${GHDL:-ghdl}" -f "$@" 2>&1 | sed -n -E 's/^entity (.*) \*\*$/\1/p' |
     grep -v -x -F -f <("${GHDL:-ghdl}" -f "$(sim_wrapper)" 2>&1 | sed -n -E 's/^entity ([^ ]*).*/\1/p'))
-  if ! "${GHDL:-ghdl}" -i "${ghdl_analysis[@]}" --workdir="$scratch" "$(sim_wrapper)" "$@" >"$scratch/log" 2>&1; then
+  if ! "${GHDL:-ghdl}" -i "${ghdl_analysis[@]}" --workdir="$scratch" "$@" >"$scratch/log" 2>&1; then
     status=1
   else
     for entity in $entities; do
@@ -55,7 +55,7 @@ sim_tops() {
   fi
   if ((status)); then
     cat "$scratch/log" >&2
-    echo "quillc-sim: $* do not analyse with $(sim_wrapper) (GHDL's messages are above)" >&2
+    echo "quillc-sim: $* do not analyse (GHDL's messages are above)" >&2
   else
     [[ -z $entities ]] || printf '%s\n' $entities
   fi
@@ -63,12 +63,6 @@ sim_tops() {
   return $status
 }
 
-# Until quillc-sim asks for every candidate: the first.
-sim_top() {
-  local tops
-  tops=$(sim_tops "$@") || return 1
-  echo "${tops%%$'\n'*}"
-}
 
 sim_built() { [[ -f $build/work-obj08.cf ]]; }
 

@@ -43,9 +43,9 @@ icarus_plusargs() {
   done
 }
 
-# The modules that Icarus elaborates as roots when given the files and
-# the wrapper, in the order the files declare them, the wrapper's own left
-# out; or the roots that the options name with -s.
+# The modules that Icarus elaborates as roots from the files (the wrapper
+# among them), in the order the files declare them, the wrapper's own
+# left out; or the roots that the options name with -s.
 sim_tops_named() {
   local i
   for ((i = 0; i < ${#extra[@]}; i++)); do
@@ -61,7 +61,7 @@ sim_tops() {
   sim_tops_named | grep . && return 0
   dir=$(mktemp -d) || return 1
   mapfile -t options < <(icarus_options "$@")
-  if ! "${IVERILOG:-iverilog}" "${options[@]}" -o "$dir/tops.vvp" "$@" "$(sim_wrapper)" >"$dir/log" 2>&1; then
+  if ! "${IVERILOG:-iverilog}" "${options[@]}" -o "$dir/tops.vvp" "$@" >"$dir/log" 2>&1; then
     cat "$dir/log" >&2
     echo "quillc-sim: iverilog cannot compile $*" >&2
     rm -rf "$dir"
@@ -76,11 +76,6 @@ sim_tops() {
   rm -rf "$dir"
 }
 
-sim_top() {
-  local tops
-  tops=$(sim_tops "$@") || return 1
-  echo "${tops%%$'\n'*}"
-}
 
 sim_built() { [[ -f $build/$top.vvp ]]; }
 

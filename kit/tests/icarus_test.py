@@ -81,11 +81,11 @@ class Icarus(kit_test.QuillcRun):
 
     def test_tops_as_icarus_elaborates_them(self):
         script = f'source {kit_test.ARGS.root}/kit/sim/icarus.sh; extra=(); sim_tops "$@"'
-        tops = self.call("bash", "-c", script, "icarus.sh", "icarus_tb.v", "tb.sv")
+        tops = self.call("bash", "-c", script, "icarus.sh", "icarus_tb.v", "tb.sv", "wrapper.v")
         self.assertEqual((tops.returncode, tops.stdout), (0, "icarus_tb\nicarus_error\nicarus_stop\ntb\n"))
-        broken = self.call("bash", "-c", script, "icarus.sh", "counter.cpp")
+        broken = self.call("bash", "-c", script, "icarus.sh", "counter.cpp", "wrapper.v")
         self.assertEqual((broken.returncode, broken.stdout), (1, ""))
-        self.assertTrue(broken.stderr.endswith("quillc-sim: iverilog cannot compile counter.cpp\n"), broken.stderr)
+        self.assertTrue(broken.stderr.endswith("quillc-sim: iverilog cannot compile counter.cpp wrapper.v\n"), broken.stderr)
 
 
 if __name__ == "__main__":

@@ -302,16 +302,16 @@ class Ghdl(QuillcRun):
                          pathlib.Path(__file__).with_name("expected").joinpath("vhdl_entities.vhd").read_text())
         steps = os.path.join(kit_environment()["QUILLC_PATH"], "libexec", "sim", "ghdl.sh")
         pathlib.Path(self.work, "broken.vhd").write_text("entity broken is end entity;\nuse work.none.all;\n")
-        for files, expected in [("cosim_tb.vhd tb.vhd", (0, "cosim_tb\nstop_tb\nerror_tb\ntb\n")),
-                                ("broken.vhd", (1, ""))]:
+        for files, expected in [("cosim_tb.vhd tb.vhd wrapper.vhd", (0, "cosim_tb\nstop_tb\nerror_tb\ntb\n")),
+                                ("broken.vhd wrapper.vhd", (1, ""))]:
             tops = self.call("bash", "-c", f"source {steps}; extra=(); sim_tops {files}")
             self.assertEqual((tops.returncode, tops.stdout), expected, tops.stderr)
-        self.assertTrue(tops.stderr.endswith("quillc-sim: broken.vhd do not analyse with wrapper.vhd "
+        self.assertTrue(tops.stderr.endswith("quillc-sim: broken.vhd wrapper.vhd do not analyse "
                                              "(GHDL's messages are above)\n"), tops.stderr)
 
     def test_counter_testbench(self):
         run = self.simulate("tb.vhd")
-        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertEqual((run.returncode, run.stderr), (0, "quillc-sim: top tb\n"))
         self.assertEqual(re.findall(r"\(report note\): (.*)", run.stdout),
                          ["ok: after reset: count = 0", "ok: 100 clocks with enable high: count = 100",
                           "ok: 10 clocks with enable low: count = 100", "ok: reset: count = 0",
@@ -336,7 +336,8 @@ class Ghdl(QuillcRun):
     def test_stop_and_error_end_the_run(self):
         stop = self.simulate("--top=stop_tb", "cosim_tb.vhd")
         self.assertEqual((stop.returncode, stop.stdout, stop.stderr),
-                         (0, "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nsimulation finished @5ns\n", ""))
+                         (0, "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nsimulation finished @5ns\n",
+                          "quillc-sim: top stop_tb\n"))
         error = self.simulate("--top=error_tb", "cosim_tb.vhd")
         self.assertEqual(error.returncode, 1)
         self.assertRegex(error.stdout, r"^wrapper\.vhd:\d+:\d+:@2ns:\(report failure\): Error: guard: 255 is not a "
