@@ -62,6 +62,26 @@ int64_t next_event_ps(bool settled);
 /// Whether the model has stopped the simulation.
 bool stopped();
 
+/// Where the run stands, for an adapter about to enter the kernel or
+/// having left it: 0 while the kernel runs; 1 the first time that anyone
+/// asks after the model stopped the simulation (the adapter ends its
+/// simulator, status 0); 2 for every later ask and after end_simulation(),
+/// when the adapter does nothing more.  Nothing may enter the kernel once
+/// it is not 0.
+int end_state();
+
+/// The testbench's end: runs the model's end_of_simulation callbacks
+/// unless the kernel never started or has run them already; once however
+/// often it is called.  0, or -1 with the error recorded.
+int end_simulation();
+
+/// Arms the crash report (kit/runtime/crash.cpp): from then on SIGSEGV,
+/// SIGBUS, SIGFPE, SIGILL and SIGABRT are reported on standard error with
+/// the SystemC process that was running, the simulation time and the
+/// stack, then handled as before.  Once per process; every library's
+/// start-up source calls it when the library loads.
+void report_crashes();
+
 /// Typed access to a port's signal, checked once at instantiation.
 template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal);
 
@@ -71,9 +91,12 @@ template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::
 /// outputs (\p read); without it (before the kernel first runs) it only
 /// writes and reads.  *next_ps is the kernel's next event, -1 when there
 /// is none.  Returns 0, 1 when the model has stopped the simulation, -1 on
-/// an error, which error() describes.
+/// an error, which error() describes; 2 once the simulation has ended
+/// (end_state()), without touching the model.
 template <class Write, class Read>
 int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read) {
+  if (stopped())
+    return *next_ps = -1, end_state();
   try {
     if (run)
       advance_to(now_ps);
@@ -82,7 +105,7 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
       return -1;
     read();
     *next_ps = next_event_ps(run);
-    return stopped() ? 1 : 0;
+    return end_state();
   } catch (...) {
     return fail_current_exception();
   }

@@ -31,6 +31,9 @@ extern "C" [[gnu::weak]] int sc_main(int, char *[]) { return 1; }
 
 namespace {
 
+// A model that crashes says where, whichever simulator loaded the library.
+[[gnu::used]] const bool kCrashReports = (corvane_sc::runtime::report_crashes(), true);
+
 // The entry points live in libsccosim.a, which the link names after every
 // object.  An archive member is only linked when something refers to it,
 // and nothing else in a design does: these references put the whole
@@ -53,6 +56,7 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_advance),
     reinterpret_cast<EntryPoint>(&corvane_sc_last_error),
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_error),
+    reinterpret_cast<EntryPoint>(&corvane_sc_dpi_end),
 };
 
 } // namespace

@@ -32,7 +32,28 @@ sim_built() { [[ -x $build/obj/$top ]]; }
 sim_build() {
   local options=(--binary --timing --timescale 1ps/1ps --top-module "$top" -Wno-fatal
     --Mdir "$build/obj" -o "$top" -LDFLAGS "$work/libcorvanesc.so -Wl,-rpath,$work")
-  local sources=("${files[@]}")
+  local sources=("${files[@]}" "$work/$build/quillc_sim_fatal.cpp")
+  # $fatal, a model's error among them, ends the program with status 1 as
+  # any failed program does, after Verilator's own message and the flush of
+  # what was written; Verilator's vl_fatal() would abort() and leave a core.
+  cat >"$build/quillc_sim_fatal.cpp" <<'EOF_FATAL'
+#include "verilated.h"
+
+#include <cstdlib>
+
+void vl_fatal(const char *filename, int linenum, const char *, const char *msg) {
+  Verilated::threadContextp()->gotError(true);
+  Verilated::threadContextp()->gotFinish(true);
+  if (filename && filename[0])
+    VL_PRINTF("%%Error: %s:%d: %s\n", filename, linenum, msg);
+  else
+    VL_PRINTF("%%Error: %s\n", msg);
+  Verilated::runFlushCallbacks();
+  Verilated::runExitCallbacks();
+  std::exit(1);
+}
+EOF_FATAL
+  options+=(-CFLAGS -DVL_USER_FATAL)
   if [[ -n $trace ]]; then
     # A module bound into the top asks for the waveform of everything.
     cat >"$build/trace.sv" <<EOF_TRACE
@@ -52,4 +73,6 @@ EOF_TRACE
   "${VERILATOR:-verilator}" "${options[@]}" "${extra[@]}" -j "$(nproc)" "${sources[@]}"
 }
 
-sim_run() { exec "$build/obj/$top"; }
+# The program's standard error is the user's; the shell's own notice of a
+# death by a signal is not shown (quillc-sim says it in one line).
+sim_run() { "$build/obj/$top" 2>&3; } 3>&2 2>/dev/null

@@ -4,6 +4,7 @@
 // same description, so their argument lists match by construction.
 
 #include "kit/generator/writers/crossing.h"
+#include "kit/generator/writers/systemverilog_parts.h"
 
 #include <string>
 
@@ -121,7 +122,7 @@ std::string render_module_body(const WrapperModule &module) {
       "    int sc$status = " + eval + "(sc$handle, $time, sc$run" + arguments + ", sc$next);\n"
       "    if (sc$status < 0)\n"
       "      $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
-      "    if (sc$status > 0)\n"
+      "    if (sc$status == 1)\n"
       "      $finish;\n"
       "`ifdef CORVANE_SC_TIMED\n"
       "    if (sc$unit > 0 && sc$next >= 0 && (sc$armed < 0 || sc$next < sc$armed)) begin\n"
@@ -177,7 +178,7 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
   for (const WrapperModule &module : modules) {
     text += "\nmodule " + module.name;
     if (module.ports.empty()) {
-      text += ";\n" + render_module_body(module) + "endmodule\n";
+      text += ";\n" + render_module_body(module) + render_module_end(module) + "endmodule\n";
       continue;
     }
     text += " (";
@@ -193,7 +194,7 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
       text += "  " + std::string(direction_name(port.shape.direction)) + " " + type + " " + port.name;
       separator = ",\n";
     }
-    text += "\n" + unmapped + ");\n" + render_module_body(module) + "endmodule\n";
+    text += "\n" + unmapped + ");\n" + render_module_body(module) + render_module_end(module) + "endmodule\n";
   }
   return text + "\n" + kFooter;
 }
