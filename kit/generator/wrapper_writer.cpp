@@ -4,6 +4,7 @@
 #include "kit/common/module_registry.h"
 #include "kit/common/port_names.h"
 #include "kit/generator/source_layout.h"
+#include "kit/generator/writers/systemverilog_parts.h"
 #include "util/Compiler.h"
 
 #include <systemc>
@@ -27,6 +28,8 @@ namespace {
 
 /// The DPI glue that wrapper.sv calls, beside the other generated files.
 constexpr char kDpiGlueSource[] = "dpi_glue.cpp";
+/// The mirrors' side of it.
+constexpr char kMirrorGlueSource[] = "mirror_glue.cpp";
 
 /// Writes "wrapper_generator: <severity>: <text>\n" to standard error,
 /// after what standard output holds so far.
@@ -220,7 +223,7 @@ private:
 /// The ports of \p instance, an instance of \p module, named.
 WrapperModule describe_module(const ExportedModule &module, const sc_core::sc_module &instance,
                               SourceNames &sources) {
-  WrapperModule described{module.name, {}};
+  WrapperModule described{module.name, {}, {}};
   std::vector<std::string> wanted;
   const auto *base = static_cast<const char *>(dynamic_cast<const void *>(&instance));
   const ClassLayout *layout = nullptr;
@@ -322,6 +325,7 @@ int run_wrapper_generator() {
   std::remove((directory + kPortTypeMappingHeader).c_str());
   std::remove((directory + kModuleFactorySource).c_str());
   std::remove((directory + kDpiGlueSource).c_str());
+  std::remove((directory + kMirrorGlueSource).c_str());
 
   int status = 0;
   std::vector<WrapperModule> modules;
@@ -337,6 +341,10 @@ int run_wrapper_generator() {
       continue;
     }
     modules.push_back(describe_module(exported, *instance, sources));
+    std::vector<std::string> portNames;
+    for (const WrapperPort &port : modules.back().ports)
+      portNames.push_back(port.name);
+    modules.back().hierarchy = describe_hierarchy(*instance, portNames);
     for (const WrapperPort &port : modules.back().ports) {
       const std::string type = port.shape.sv_type();
       if (type.empty()) {
@@ -355,7 +363,8 @@ int run_wrapper_generator() {
   const bool written = write_file(kWrapperOutput, render_wrappers(modules)) &&
                        write_file(directory + kPortTypeMappingHeader, render_port_types(modules)) &&
                        write_file(directory + kModuleFactorySource, render_port_names(modules)) &&
-                       write_file(directory + kDpiGlueSource, render_dpi_glue(modules));
+                       write_file(directory + kDpiGlueSource, render_dpi_glue(modules)) &&
+                       write_file(directory + kMirrorGlueSource, render_mirror_glue(modules));
   if (!written)
     return 1;
   std::printf("Wrote %s: %zu module%s\n", kWrapperOutput, modules.size(), modules.size() == 1 ? "" : "s");

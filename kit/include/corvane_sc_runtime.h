@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -31,6 +32,10 @@ namespace corvane_sc::runtime {
 /// white space and other bytes outside printable ASCII written as %3A,
 /// %25, %20 ...: distinct paths give distinct names.
 corvane_sc_instance *instantiate(const char *module, const char *path);
+
+/// The SystemC name of the instance for HDL path \p path, as
+/// instantiate() gives it.
+std::string instance_name(const char *path);
 
 /// Port \p index of \p instance (wrapper order); null when out of range.
 PortSignal *port_signal(corvane_sc_instance *instance, int index);
@@ -82,6 +87,12 @@ int end_simulation();
 /// start-up source calls it when the library loads.
 void report_crashes();
 
+/// Whether any instance has mirrors in the waveform (corvane_sc_mirrors.h).
+extern bool mirrorsAttached;
+
+/// Shows in the waveform what the model changed since the last call.
+void show_mirrors();
+
 /// Typed access to a port's signal, checked once at instantiation.
 template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal);
 
@@ -104,6 +115,8 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
     if (run && !settle(written))
       return -1;
     read();
+    if (mirrorsAttached && run)
+      show_mirrors();
     *next_ps = next_event_ps(run);
     return end_state();
   } catch (...) {

@@ -22,6 +22,9 @@ const corvane_sc::DesignGlue corvane_sc::kDesignGlue = {[](corvane_sc::GlueTable
 #if __has_include("sc_module/dpi_glue.cpp")
 #include "sc_module/dpi_glue.cpp"
 #endif
+#if __has_include("sc_module/mirror_glue.cpp")
+#include "sc_module/mirror_glue.cpp"
+#endif
 
 // SystemC's library refers to sc_main; a co-simulation library never calls
 // it, but the dynamic loader must find it when it binds every symbol at

@@ -69,6 +69,9 @@ bind $top quillc_sim_trace quillc_sim_trace_i();
 EOF_TRACE
     sources+=("$build/trace.sv")
     options+=("$([[ $trace == fst ]] && echo --trace-fst || echo --trace)")
+    # The wrapper's mirrors of the models' insides, set by the library
+    # through functions that the program exports to it.
+    options+=(+define+CORVANE_SC_MIRRORS -LDFLAGS -Wl,--export-dynamic)
   fi
   "${VERILATOR:-verilator}" "${options[@]}" "${extra[@]}" -j "$(nproc)" "${sources[@]}"
 }

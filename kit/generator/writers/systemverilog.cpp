@@ -72,6 +72,12 @@ std::string sv_argument(const Crossing &c, bool output) {
   return "";
 }
 
+/// \p body kept out of every waveform: the wrapper's bookkeeping is not
+/// the user's design.
+std::string hidden(const std::string &body) {
+  return "  /*verilator tracing_off*/\n" + body + "  /*verilator tracing_on*/\n";
+}
+
 } // namespace
 
 std::string render_module_body(const WrapperModule &module) {
@@ -102,7 +108,7 @@ std::string render_module_body(const WrapperModule &module) {
       "  timeunit 1ps;\n"
       "  timeprecision 1ps;\n"
       "  import \"DPI-C\" function int " + dpi_function(module, "new") + "(input string path);\n"
-      "  import \"DPI-C\" function int " + eval + "(input int sc$handle, input longint sc$now, input bit sc$run" +
+      "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + eval + "(input int sc$handle, input longint sc$now, input bit sc$run" +
       imports + ",\n    output longint sc$next);\n"
       "  import \"DPI-C\" function string corvane_sc_dpi_error();\n\n"
       "  int sc$handle = -1;\n"
@@ -174,11 +180,12 @@ std::string render_module_body(const WrapperModule &module) {
 }
 
 std::string render_wrappers(const std::vector<WrapperModule> &modules) {
-  std::string text = kHeader;
+  std::string text = kHeader + render_mirrors_preamble();
   for (const WrapperModule &module : modules) {
     text += "\nmodule " + module.name;
     if (module.ports.empty()) {
-      text += ";\n" + render_module_body(module) + render_module_end(module) + "endmodule\n";
+      text += ";\n" + hidden(render_module_body(module) + render_module_end(module)) + render_mirrors(module) +
+              "endmodule\n";
       continue;
     }
     text += " (";
@@ -194,9 +201,10 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
       text += "  " + std::string(direction_name(port.shape.direction)) + " " + type + " " + port.name;
       separator = ",\n";
     }
-    text += "\n" + unmapped + ");\n" + render_module_body(module) + render_module_end(module) + "endmodule\n";
+    text += "\n" + unmapped + ");\n" + hidden(render_module_body(module) + render_module_end(module)) +
+            render_mirrors(module) + "endmodule\n";
   }
-  return text + "\n" + kFooter;
+  return text + "\n" + kFooter + "`undef CORVANE_SC_CONTEXT\n";
 }
 
 } // namespace corvane_sc
