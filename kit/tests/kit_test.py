@@ -171,7 +171,8 @@ class Cosim(QuillcRun):
         run = self.simulate("cosim_tb.sv")
         self.assertChecks(run.stdout, 29)
         self.assertIn("Error: guard: 255 is not a value this model takes\nIn file: ../cosim.cpp:", run.stdout)
-        self.assertNotEqual(run.returncode, 0)
+        # An ordinary failure, not an abort.
+        self.assertEqual(run.returncode, 1)
 
     def test_ps_testbench_traced_and_not_rebuilt(self):
         run = self.simulate("--trace=vcd", "cosim_tb_ps.sv")
@@ -197,6 +198,66 @@ class Cosim(QuillcRun):
         for timing in [], ["--timing"]:
             lint = self.call("verilator", "--lint-only", "-Wall", *timing, "wrapper.sv")
             self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), timing)
+
+
+class Ends(QuillcRun):
+    """The models of data/ends.cpp inside Verilator through quillc-sim, built
+    once for every end of the run, which the environment picks, and once
+    traced."""
+    sources = ["kit/tests/data/" + name for name in ("ends.cpp", "ends_tb.sv")]
+    arguments = ["-module", "pair", "-module", "stopper", "-module", "crasher", "-Wcxx,-g", "ends.cpp"]
+
+    def simulate(self, *arguments, **environment):
+        sim = os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim")
+        run = self.call(sim, *arguments, env=kit_environment() | environment, timeout=400)
+        return run.returncode, re.sub(r"wrapper\.sv:\d+", "wrapper.sv:N", run.stdout), run.stderr
+
+    def test_ends_of_the_run(self):
+        for environment, expected in [
+            # The testbench's $finish runs the models' end_of_simulation once.
+            ({}, "testbench ends at 100000: c = 23\n- ends_tb.sv:14: Verilog $finish\nstopper: 10 edges at 100 ns\n"),
+            # One model's sc_stop() ends the run once, whatever the others do.
+            ({"QUILLC_TEST_STOP": "1"}, "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nstopper: 3 edges at 25 ns\n"
+                                        "- wrapper.sv:N: Verilog $finish\n")]:
+            self.assertEqual(self.simulate("ends_tb.sv", **environment), (0, expected, ""), environment)
+
+    def test_crash_is_reported(self):
+        status, out, err = self.simulate("ends_tb.sv", QUILLC_TEST_CRASH="1")
+        self.assertEqual((status, out), (139, ""))
+        self.assertRegex(err, r"\A=F:\[Crash\] \nThe simulation has crashed: SIGSEGV \(segmentation fault\)\n"
+                              r"in SystemC process TOP:ends_tb:x\.tick\nat simulation time 15 ns\nstack:\n"
+                              r"  #0 crasher::tick\(\) at \S*/ends\.cpp:82\n(  #\d+ \S.*\n)+"
+                              r"quillc-sim: the simulation died of SIGSEGV\n\Z")
+
+    def test_waveform_shows_the_models_insides(self):
+        status, out, err = self.simulate("--trace=vcd", "ends_tb.sv")
+        self.assertEqual(status, 0, err)
+        vcd = pathlib.Path(self.work, "sim_build/ends_tb/trace.vcd").read_text()
+        self.assertNotIn("sc$", vcd)
+        scope, names, changes, now = [], {}, {}, 0
+        for line in vcd.split("\n"):
+            if match := re.match(r"\s*\$scope module (\S+)", line):
+                scope.append(match[1])
+            elif "$upscope" in line:
+                scope.pop()
+            elif match := re.match(r"\s*\$var \S+\s+\d+ (\S+) (\S+)", line):
+                names.setdefault(match[1], []).append(".".join(scope[2:] + [match[2]]))
+            elif line.startswith("#"):
+                now = int(line[1:])
+            elif (match := re.match(r"b?([01]+) ?(\S+)$", line)) and now <= 30000:
+                for name in names[match[2]]:
+                    changes.setdefault(name, []).append((now, int(match[1], 2)))
+        self.assertEqual(sorted(name for name in changes if name.startswith("p1.")),
+                         ["p1.blink", "p1.c.clk", "p1.c.state", "p1.clk", "p1.in", "p1.out", "p1.p.in", "p1.p.out",
+                          "p1.p.state", "p1.state"])
+        edges = [(0, 0), (5000, 1), (15000, 2), (25000, 3)]
+        self.assertEqual({name: changes[name] for name in ("p1.state", "p1.c.state", "p2.p.state", "p1.blink",
+                                                           "p2.blink", "p2.p.in", "p2.p.out")},
+                         {"p1.state": edges, "p1.c.state": edges, "p2.p.state": edges,
+                          "p1.blink": [(0, 0), (7000, 1), (14000, 0), (21000, 1), (28000, 0)],
+                          "p2.blink": [(0, 0), (7000, 1), (14000, 0), (21000, 1), (28000, 0)],
+                          "p2.p.in": [(0, 3), (5000, 4), (15000, 5), (25000, 6)],
+                          "p2.p.out": [(0, 3), (5000, 5), (15000, 7), (25000, 9)]})
 
 
 class CompileError(QuillcRun):

@@ -62,7 +62,11 @@ std::string render_mirrors(const WrapperModule &module) {
   if (h.objects.empty())
     return text;
   text += "\n`ifdef CORVANE_SC_MIRRORS\n"
-          "  // The model's own objects, as it changes them.\n";
+          "  // The model's own objects, as it changes them, for the waveform only\n"
+          "  // (UNUSEDSIGNAL); a scope's names are the model's and may be those of\n"
+          "  // the scope above (VARHIDDEN).\n"
+          "  // verilator lint_off UNUSEDSIGNAL\n"
+          "  // verilator lint_off VARHIDDEN\n";
   std::vector<std::string> open;
   std::string functions;
   for (size_t i = 0; i < h.objects.size(); ++i) {
@@ -87,6 +91,7 @@ std::string render_mirrors(const WrapperModule &module) {
   }
   for (; !open.empty(); open.pop_back())
     text += std::string(2 * open.size(), ' ') + "end\n";
+  text += "  // verilator lint_on VARHIDDEN\n  // verilator lint_on UNUSEDSIGNAL\n";
   const std::string attach = dpi_function(module, "mirror");
   return text + "  /*verilator tracing_off*/\n  import \"DPI-C\" context function int " + attach +
          "(input string path);\n" + functions + "  initial\n    if (" + attach +
