@@ -67,13 +67,16 @@ int64_t next_event_ps(bool settled);
 /// Whether the model has stopped the simulation.
 bool stopped();
 
-/// Where the run stands, for an adapter about to enter the kernel or
-/// having left it: 0 while the kernel runs; 1 the first time that anyone
-/// asks after the model stopped the simulation (the adapter ends its
-/// simulator, status 0); 2 for every later ask and after end_simulation(),
-/// when the adapter does nothing more.  Nothing may enter the kernel once
-/// it is not 0.
+/// Where the run stands, for an adapter having left the kernel: 0 while
+/// the kernel runs; 1 the first time that anyone asks after the model
+/// stopped the simulation (the adapter ends its simulator, status 0); 2
+/// for every later ask and after end_simulation(), when the adapter does
+/// nothing more.
 int end_state();
+
+/// Whether end_state() has turned non-zero: nothing enters the kernel
+/// again.  A flag, since every evaluation asks.
+extern bool ended;
 
 /// The testbench's end: runs the model's end_of_simulation callbacks
 /// unless the kernel never started or has run them already; once however
@@ -106,8 +109,8 @@ template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::
 /// (end_state()), without touching the model.
 template <class Write, class Read>
 int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read) {
-  if (stopped())
-    return *next_ps = -1, end_state();
+  if (ended)
+    return *next_ps = -1, 2;
   try {
     if (run)
       advance_to(now_ps);
@@ -118,7 +121,7 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
     if (mirrorsAttached && run)
       show_mirrors();
     *next_ps = next_event_ps(run);
-    return end_state();
+    return stopped() ? end_state() : 0;
   } catch (...) {
     return fail_current_exception();
   }

@@ -6,28 +6,23 @@
 
 #include <systemc>
 
-namespace {
-
-/// Whether an adapter has been told that the simulation ends.
-bool told = false;
-
-} // namespace
-
 namespace corvane_sc::runtime {
 
+bool ended = false;
+
 int end_state() {
+  if (ended)
+    return 2;
   if (!stopped())
     return 0;
-  if (told)
-    return 2;
-  told = true;
+  ended = true;
   return 1;
 }
 
 int end_simulation() {
+  ended = true;
   // A kernel that never started has nothing to end; one that stopped by
   // itself has run the callbacks already.
-  told = true;
   if (!sc_core::sc_start_of_simulation_invoked() || sc_core::sc_end_of_simulation_invoked())
     return 0;
   try {
