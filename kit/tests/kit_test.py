@@ -27,8 +27,8 @@ ARGS = None
 # width that is a multiple of 32 (sc_lv_base.h), and then masks nothing,
 # as it means to (UBSAN_SUPPRESSIONS).  Any other report still ends the
 # run (halt_on_error).
-SANITIZE = ["-fsanitize=address", "-fsanitize=undefined", "-fno-sanitize-recover=all", "-fsanitize-recover=shift-exponent",
-            "-fno-omit-frame-pointer"]
+SANITIZE = ["-fsanitize=address", "-fsanitize=undefined", "-fno-sanitize-recover=all",
+            "-fsanitize-recover=shift-exponent", "-fno-omit-frame-pointer"]
 UBSAN_SUPPRESSIONS = "shift-exponent:sc_dt::sc_lv_base::clean_tail\n"
 
 
@@ -257,8 +257,9 @@ class Ends(QuillcRun):
             # The testbench's $finish runs the models' end_of_simulation once.
             ({}, "testbench ends at 100000: c = 23\n- ends_tb.sv:14: Verilog $finish\nstopper: 10 edges at 100 ns\n"),
             # One model's sc_stop() ends the run once, whatever the others do.
-            ({"QUILLC_TEST_STOP": "1"}, "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nstopper: 3 edges at 25 ns\n"
-                                        "- wrapper.sv:N: Verilog $finish\n")]:
+            ({"QUILLC_TEST_STOP": "1"},
+             "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nstopper: 3 edges at 25 ns\n"
+             "- wrapper.sv:N: Verilog $finish\n")]:
             self.assertEqual(self.simulate("ends_tb.sv", **environment), (0, expected, ""), environment)
 
     def test_crash_is_reported(self):

@@ -108,8 +108,8 @@ std::string render_module_body(const WrapperModule &module) {
       "  timeunit 1ps;\n"
       "  timeprecision 1ps;\n"
       "  import \"DPI-C\" function int " + dpi_function(module, "new") + "(input string path);\n"
-      "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + eval + "(input int sc$handle, input longint sc$now, input bit sc$run" +
-      imports + ",\n    output longint sc$next);\n"
+      "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + eval +
+      "(input int sc$handle, input longint sc$now, input bit sc$run" + imports + ",\n    output longint sc$next);\n"
       "  import \"DPI-C\" function string corvane_sc_dpi_error();\n\n"
       "  int sc$handle = -1;\n"
       "`ifdef CORVANE_SC_TIMED\n"
