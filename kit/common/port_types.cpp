@@ -160,6 +160,11 @@ namespace corvane_sc {
 
 PortShape classify_signal(const sc_core::sc_object &channel) {
   PortShape shape;
+  // A clock is a signal of bool that drives itself.
+  if (dynamic_cast<const sc_core::sc_clock *>(&channel)) {
+    classify_data_type("bool", shape);
+    return shape;
+  }
   const std::string name = cxx_type_name(channel);
   std::string_view type = name;
   if (!strip(type, "sc_core::sc_signal<") && !strip(type, "sc_core::sc_buffer<"))
