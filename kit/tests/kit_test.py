@@ -270,6 +270,11 @@ class Ends(QuillcRun):
                               r"  #0 crasher::tick\(\) at \S*/ends\.cpp:82\n(  #\d+ \S.*\n)+"
                               r"quillc-sim: the simulation died of SIGSEGV\n\Z")
 
+    def test_wrapper_with_mirrors_lints_clean(self):
+        for timing in [], ["--timing"]:
+            lint = self.call("verilator", "--lint-only", "-Wall", "+define+CORVANE_SC_MIRRORS", *timing, "wrapper.sv")
+            self.assertEqual((lint.returncode, lint.stdout + lint.stderr), (0, ""), timing)
+
     def test_waveform_shows_the_models_insides(self):
         status, out, err = self.simulate("--trace=vcd", "ends_tb.sv")
         self.assertEqual(status, 0, err)
