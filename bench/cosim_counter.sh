@@ -5,6 +5,7 @@
 #       with an sc_clock), compiled against the kit's SystemC: the floor of
 #       the SystemC side;
 #   (c) the same counter written in SystemVerilog, in the same Verilator.
+#   (d) as (a), built with quillc-sim --trace=vcd: the waveform written.
 # Prints each simulation's processor time (builds excluded; least of the
 # runs),
 # the ratio a/b, whose target is 2 or less, and the cost of one crossing
@@ -20,7 +21,7 @@ eval "$("$build/quillc-env")"
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-mkdir -p "$scratch/a" "$scratch/b" "$scratch/c"
+mkdir -p "$scratch/a" "$scratch/b" "$scratch/c" "$scratch/d"
 cp "$root/examples/counter/counter.cpp" "$scratch/a/"
 cp "$root/examples/counter/counter.cpp" "$scratch/b/"
 
@@ -43,6 +44,7 @@ EOF
 }
 testbench >"$scratch/a/bench.sv"
 testbench >"$scratch/c/bench.sv"
+testbench >"$scratch/d/bench.sv"
 cat >"$scratch/c/counter.sv" <<'EOF'
 `timescale 1ns/1ps
 module counter(input bit clk, input bit reset, input bit enable, output bit [7:0] count);
@@ -72,6 +74,8 @@ EOF
 echo "== building (not timed)"
 (cd "$scratch/a" && "$build/quillc" -module counter counter.cpp >quillc.out 2>&1 &&
   "$QUILLC_PATH/bin/quillc-sim" bench.sv >/dev/null)
+(cd "$scratch/d" && cp ../a/wrapper.sv ../a/libcorvanesc.so . &&
+  "$QUILLC_PATH/bin/quillc-sim" --trace=vcd bench.sv >/dev/null)
 (cd "$scratch/b" && g++ -std=c++2a -O2 -I"$SYSTEMC_PATH/include" -I"$QUILLC_PATH/include" main.cpp -o counter_sc \
   "$SYSTEMC_PATH/lib64/libsystemc.a" -pthread)
 (cd "$scratch/c" && verilator --binary --timing -Wno-fatal --Mdir obj -o bench bench.sv counter.sv \
@@ -98,11 +102,13 @@ best() {
 a=$(best "$scratch/a" sim_build/bench/obj/bench)
 b=$(best "$scratch/b" ./counter_sc)
 c=$(best "$scratch/c" ./obj/bench)
-awk -v a="$a" -v b="$b" -v c="$c" -v n="$cycles" 'BEGIN {
+d=$(best "$scratch/d" sim_build/bench/obj/bench)
+awk -v a="$a" -v b="$b" -v c="$c" -v d="$d" -v n="$cycles" 'BEGIN {
   printf "counter, %d clock cycles (processor time, least of the runs):\n", n
   printf "  (a) SystemC model in Verilator through quillc-sim  %7.3f s\n", a
   printf "  (b) SystemC model, pure SystemC testbench         %7.3f s\n", b
   printf "  (c) SystemVerilog counter in Verilator             %7.3f s\n", c
+  printf "  (d) as (a), with --trace=vcd (waveform written)    %7.3f s\n", d
   printf "  a/b = %.2f (target: 2 or less)\n", a / b
   printf "  one crossing (a - c over %d evaluations): %.0f ns\n", 2 * n, (a - c) / (2 * n) * 1e9
 }'

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Builds the sanitizer tree (-DQUILLC_SANITIZE=ON: address and
 # undefined-behaviour sanitizers, stopping at the first fault) and runs the
-# whole test suite in it.  The runtime kit is left out: its libraries are
-# built without sanitizers anyway, and its end-to-end tests run in the
-# ordinary tree.
+# whole test suite in it.  The runtime kit's co-simulation side is
+# instrumented too, and its tests here build designs and Verilator
+# simulations with gcc's sanitizers (kit/CMakeLists.txt); the rest of its
+# end-to-end tests run in the ordinary tree.
 #
 #   scripts/sanitize.sh [build-dir]      (default: build-sanitize)
 set -euo pipefail
@@ -13,7 +14,7 @@ build=${1:-$root/build-sanitize}
 launcher=()
 command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DQUILLC_SANITIZE=ON -DQUILLC_BUILD_KIT=OFF -DQUILLC_BUILD_BENCH=OFF "${launcher[@]}" >/dev/null
+  -DQUILLC_SANITIZE=ON -DQUILLC_BUILD_BENCH=OFF "${launcher[@]}" >/dev/null
 cmake --build "$build" -j "$(nproc)"
 
 # Leaks are checked: process-wide objects stay reachable through their

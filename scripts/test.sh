@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Sets the machine up (scripts/setup.sh), builds everything with g++ and runs
 # every test; then builds the project with clang++ and the address and
-# undefined-behaviour sanitizers (scripts/sanitize.sh, without the kit, in
-# build-clang) and runs the whole suite there; then runs every fuzz target
-# for 30 seconds (fuzz/run.sh, in build-fuzz).  This is what CI runs.
+# undefined-behaviour sanitizers (scripts/sanitize.sh, with the kit's
+# co-simulation side, in build-clang) and runs the whole suite there; then
+# runs every fuzz target for 30 seconds (fuzz/run.sh, in build-fuzz).  This
+# is what CI runs.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${BUILD_DIR:-$root/build}

@@ -155,3 +155,29 @@ PortShape classify_port(const sc_core::sc_port_base &port) {
 std::string cxx_type_name(const sc_core::sc_object &object) { return demangled_name(typeid(object).name()); }
 
 } // namespace corvane_sc
+
+namespace corvane_sc {
+
+PortShape classify_signal(const sc_core::sc_object &channel) {
+  PortShape shape;
+  // A clock is a signal of bool that drives itself.
+  if (dynamic_cast<const sc_core::sc_clock *>(&channel)) {
+    classify_data_type("bool", shape);
+    return shape;
+  }
+  const std::string name = cxx_type_name(channel);
+  std::string_view type = name;
+  if (!strip(type, "sc_core::sc_signal<") && !strip(type, "sc_core::sc_buffer<"))
+    return shape;
+  // The data type, then the writer policy: "T, (sc_core::sc_writer_policy)0>".
+  const size_t policy = type.rfind(", (sc_core::sc_writer_policy)");
+  if (policy == std::string_view::npos)
+    return shape;
+  type = type.substr(0, policy);
+  if (type.size() > 1 && type.back() == ' ')
+    type.remove_suffix(1);
+  classify_data_type(type, shape);
+  return shape;
+}
+
+} // namespace corvane_sc

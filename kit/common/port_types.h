@@ -57,6 +57,12 @@ struct PortShape {
 /// Tells what \p port carries.
 PortShape classify_port(const sc_core::sc_port_base &port);
 
+/// Tells what \p channel carries when it is an sc_signal<T> or an
+/// sc_buffer<T> (any writer policy) or an sc_clock; not known for any
+/// other channel, another class derived from one included.  The direction
+/// is Input.
+PortShape classify_signal(const sc_core::sc_object &channel);
+
 /// The dynamic C++ type of \p object as the compiler names it, for
 /// messages: "sc_core::sc_in<std::string>".
 std::string cxx_type_name(const sc_core::sc_object &object);

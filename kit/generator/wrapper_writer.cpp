@@ -4,6 +4,7 @@
 #include "kit/common/module_registry.h"
 #include "kit/common/port_names.h"
 #include "kit/generator/source_layout.h"
+#include "kit/generator/writers/systemverilog_parts.h"
 #include "util/Compiler.h"
 
 #include <systemc>
@@ -27,6 +28,8 @@ namespace {
 
 /// The DPI glue that wrapper.sv calls, beside the other generated files.
 constexpr char kDpiGlueSource[] = "dpi_glue.cpp";
+/// The mirrors' side of it.
+constexpr char kMirrorGlueSource[] = "mirror_glue.cpp";
 
 /// The VHDL wrapper beside wrapper.sv, and the VHPIDIRECT glue it calls.
 constexpr char kVhdlWrapperOutput[] = "wrapper.vhd";
@@ -228,7 +231,7 @@ private:
 /// The ports of \p instance, an instance of \p module, named.
 WrapperModule describe_module(const ExportedModule &module, const sc_core::sc_module &instance,
                               SourceNames &sources) {
-  WrapperModule described{module.name, {}};
+  WrapperModule described{module.name, {}, {}};
   std::vector<std::string> wanted;
   const auto *base = static_cast<const char *>(dynamic_cast<const void *>(&instance));
   const ClassLayout *layout = nullptr;
@@ -332,6 +335,7 @@ int run_wrapper_generator() {
   std::remove((directory + kDpiGlueSource).c_str());
   std::remove((directory + kVhpiGlueSource).c_str());
   std::remove((directory + kVpiGlueSource).c_str());
+  std::remove((directory + kMirrorGlueSource).c_str());
 
   int status = 0;
   std::vector<WrapperModule> modules;
@@ -347,6 +351,10 @@ int run_wrapper_generator() {
       continue;
     }
     modules.push_back(describe_module(exported, *instance, sources));
+    std::vector<std::string> portNames;
+    for (const WrapperPort &port : modules.back().ports)
+      portNames.push_back(port.name);
+    modules.back().hierarchy = describe_hierarchy(*instance, portNames);
     for (const WrapperPort &port : modules.back().ports) {
       const std::string type = port.shape.sv_type();
       if (type.empty()) {
@@ -369,7 +377,9 @@ int run_wrapper_generator() {
                        write_file(kVhdlWrapperOutput, render_vhdl_wrappers(modules)) &&
                        write_file(directory + kVhpiGlueSource, render_vhpi_glue(modules)) &&
                        write_file(kVerilogWrapper, render_verilog_wrappers(modules)) &&
-                       write_file(directory + kVpiGlueSource, render_vpi_glue(modules));
+                       write_file(directory + kVpiGlueSource, render_vpi_glue(modules)) &&
+
+                       write_file(directory + kMirrorGlueSource, render_mirror_glue(modules));
   if (!written)
     return 1;
   std::printf("Wrote %s: %zu module%s\n", kWrapperOutput, modules.size(), modules.size() == 1 ? "" : "s");

@@ -10,6 +10,7 @@
 /// port types and the names of its ports (corvane_sc_glue.h).
 
 #include "kit/common/port_types.h"
+#include "kit/generator/hierarchy.h"
 
 #include <string>
 #include <vector>
@@ -26,6 +27,7 @@ struct WrapperPort {
 struct WrapperModule {
   std::string name;
   std::vector<WrapperPort> ports; ///< In declaration order.
+  ModuleHierarchy hierarchy;      ///< What the waveform mirrors inside it.
 };
 
 /// The text of the wrapper file for \p modules.

@@ -28,8 +28,10 @@
  *     it only writes the inputs (before the kernel first runs) and reads the
  *     outputs.  *next_ps is the time of the kernel's next pending event,
  *     -1 when there is none.  Returns 0; 1 when the model called sc_stop()
- *     (the simulation should end); -1 on an error, which
- *     corvane_sc_dpi_error() describes.
+ *     (the simulation should end: this instance calls $finish); 2 once
+ *     another call has returned 1, or after corvane_sc_dpi_end(), without
+ *     entering the kernel (there is nothing left to do); -1 on an error,
+ *     which corvane_sc_dpi_error() describes.
  *
  *     The arguments, one per port in the wrapper's order (an inout has an
  *     input and an output argument), have exact DPI types:
@@ -90,6 +92,12 @@ typedef struct t_vpi_vecval {
 
 /** The latest failure, as corvane_sc_last_error(), for $fatal in the wrapper. */
 const char *corvane_sc_dpi_error(void);
+
+/** The end of the simulation, from every wrapper instance's final block:
+ *  runs the models' end_of_simulation callbacks once, unless the kernel
+ *  never started or a model's sc_stop() has run them.  0, or -1 with
+ *  corvane_sc_dpi_error() set. */
+int corvane_sc_dpi_end(void);
 
 #ifdef __cplusplus
 }

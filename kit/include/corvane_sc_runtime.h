@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -31,6 +32,10 @@ namespace corvane_sc::runtime {
 /// white space and other bytes outside printable ASCII written as %3A,
 /// %25, %20 ...: distinct paths give distinct names.
 corvane_sc_instance *instantiate(const char *module, const char *path);
+
+/// The SystemC name of the instance for HDL path \p path, as
+/// instantiate() gives it.
+std::string instance_name(const char *path);
 
 /// Port \p index of \p instance (wrapper order); null when out of range.
 PortSignal *port_signal(corvane_sc_instance *instance, int index);
@@ -62,6 +67,35 @@ int64_t next_event_ps(bool settled);
 /// Whether the model has stopped the simulation.
 bool stopped();
 
+/// Where the run stands, for an adapter having left the kernel: 0 while
+/// the kernel runs; 1 the first time that anyone asks after the model
+/// stopped the simulation (the adapter ends its simulator, status 0); 2
+/// for every later ask and after end_simulation(), when the adapter does
+/// nothing more.
+int end_state();
+
+/// Whether end_state() has turned non-zero: nothing enters the kernel
+/// again.  A flag, since every evaluation asks.
+extern bool ended;
+
+/// The testbench's end: runs the model's end_of_simulation callbacks
+/// unless the kernel never started or has run them already; once however
+/// often it is called.  0, or -1 with the error recorded.
+int end_simulation();
+
+/// Arms the crash report (kit/runtime/crash.cpp): from then on SIGSEGV,
+/// SIGBUS, SIGFPE, SIGILL and SIGABRT are reported on standard error with
+/// the SystemC process that was running, the simulation time and the
+/// stack, then handled as before.  Once per process; every library's
+/// start-up source calls it when the library loads.
+void report_crashes();
+
+/// Whether any instance has mirrors in the waveform (corvane_sc_mirrors.h).
+extern bool mirrorsAttached;
+
+/// Shows in the waveform what the model changed since the last call.
+void show_mirrors();
+
 /// Typed access to a port's signal, checked once at instantiation.
 template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal);
 
@@ -71,9 +105,12 @@ template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::
 /// outputs (\p read); without it (before the kernel first runs) it only
 /// writes and reads.  *next_ps is the kernel's next event, -1 when there
 /// is none.  Returns 0, 1 when the model has stopped the simulation, -1 on
-/// an error, which error() describes.
+/// an error, which error() describes; 2 once the simulation has ended
+/// (end_state()), without touching the model.
 template <class Write, class Read>
 int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read) {
+  if (ended)
+    return *next_ps = -1, 2;
   try {
     if (run)
       advance_to(now_ps);
@@ -81,8 +118,10 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
     if (run && !settle(written))
       return -1;
     read();
+    if (mirrorsAttached && run)
+      show_mirrors();
     *next_ps = next_event_ps(run);
-    return stopped() ? 1 : 0;
+    return stopped() ? end_state() : 0;
   } catch (...) {
     return fail_current_exception();
   }

@@ -33,6 +33,9 @@ const corvane_sc::DesignGlue corvane_sc::kDesignGlue = {[](corvane_sc::GlueTable
 #else
 const corvane_sc::vpi::DesignModules corvane_sc::vpi::kDesignModules = {nullptr, 0};
 #endif
+#if __has_include("sc_module/mirror_glue.cpp")
+#include "sc_module/mirror_glue.cpp"
+#endif
 
 // SystemC's library refers to sc_main; a co-simulation library never calls
 // it, but the dynamic loader must find it when it binds every symbol at
@@ -41,6 +44,9 @@ const corvane_sc::vpi::DesignModules corvane_sc::vpi::kDesignModules = {nullptr,
 extern "C" [[gnu::weak]] int sc_main(int, char *[]) { return 1; }
 
 namespace {
+
+// A model that crashes says where, whichever simulator loaded the library.
+[[gnu::used]] const bool kCrashReports = (corvane_sc::runtime::report_crashes(), true);
 
 // The entry points live in libsccosim.a, which the link names after every
 // object.  An archive member is only linked when something refers to it,
@@ -68,6 +74,7 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_text),
     // With it, vlog_startup_routines, which vvp looks up.
     reinterpret_cast<EntryPoint>(&corvane_sc_vpi_register),
+    reinterpret_cast<EntryPoint>(&corvane_sc_dpi_end),
 };
 
 } // namespace

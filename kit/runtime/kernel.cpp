@@ -68,6 +68,8 @@ corvane_sc_instance *instantiate(const char *module, const char *path) {
   return instance;
 }
 
+std::string instance_name(const char *path) { return systemc_name(path); }
+
 int fail(const char *message) {
   runtime_error() = message;
   return -1;

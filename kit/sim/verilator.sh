@@ -43,7 +43,28 @@ sim_built() { [[ -x $build/obj/$top ]]; }
 sim_build() {
   local options=(--binary --timing --timescale 1ps/1ps --top-module "$top" -Wno-fatal
     --Mdir "$build/obj" -o "$top" -LDFLAGS "$work/libcorvanesc.so -Wl,-rpath,$work")
-  local sources=("${files[@]}")
+  local sources=("${files[@]}" "$work/$build/quillc_sim_fatal.cpp")
+  # $fatal, a model's error among them, ends the program with status 1 as
+  # any failed program does, after Verilator's own message and the flush of
+  # what was written; Verilator's vl_fatal() would abort() and leave a core.
+  cat >"$build/quillc_sim_fatal.cpp" <<'EOF_FATAL'
+#include "verilated.h"
+
+#include <cstdlib>
+
+void vl_fatal(const char *filename, int linenum, const char *, const char *msg) {
+  Verilated::threadContextp()->gotError(true);
+  Verilated::threadContextp()->gotFinish(true);
+  if (filename && filename[0])
+    VL_PRINTF("%%Error: %s:%d: %s\n", filename, linenum, msg);
+  else
+    VL_PRINTF("%%Error: %s\n", msg);
+  Verilated::runFlushCallbacks();
+  Verilated::runExitCallbacks();
+  std::exit(1);
+}
+EOF_FATAL
+  options+=(-CFLAGS -DVL_USER_FATAL)
   if [[ -n $trace ]]; then
     # A module bound into the top asks for the waveform of everything.
     cat >"$build/trace.sv" <<EOF_TRACE
@@ -59,6 +80,9 @@ bind $top quillc_sim_trace quillc_sim_trace_i();
 EOF_TRACE
     sources+=("$build/trace.sv")
     options+=("$([[ $trace == fst ]] && echo --trace-fst || echo --trace)")
+    # The wrapper's mirrors of the models' insides, set by the library
+    # through functions that the program exports to it.
+    options+=(+define+CORVANE_SC_MIRRORS -LDFLAGS -Wl,--export-dynamic)
   fi
   "${VERILATOR:-verilator}" "${options[@]}" "${extra[@]}" -j "$(nproc)" "${sources[@]}"
 }
@@ -69,4 +93,6 @@ sim_warnings() {
   awk '/^%Warning/ { shown = 1; print; next } shown && /^ / { print; next } { shown = 0 }' "$1"
 }
 
-sim_run() { exec "$build/obj/$top"; }
+# The program's standard error is the user's; the shell's own notice of a
+# death by a signal is not shown (quillc-sim says it in one line).
+sim_run() { "$build/obj/$top" 2>&3; } 3>&2 2>/dev/null

@@ -4,6 +4,7 @@
 // same description, so their argument lists match by construction.
 
 #include "kit/generator/writers/crossing.h"
+#include "kit/generator/writers/systemverilog_parts.h"
 
 #include <string>
 
@@ -71,6 +72,12 @@ std::string sv_argument(const Crossing &c, bool output) {
   return "";
 }
 
+/// \p body kept out of every waveform: the wrapper's bookkeeping is not
+/// the user's design.
+std::string hidden(const std::string &body) {
+  return "  /*verilator tracing_off*/\n" + body + "  /*verilator tracing_on*/\n";
+}
+
 } // namespace
 
 std::string render_module_body(const WrapperModule &module) {
@@ -101,8 +108,8 @@ std::string render_module_body(const WrapperModule &module) {
       "  timeunit 1ps;\n"
       "  timeprecision 1ps;\n"
       "  import \"DPI-C\" function int " + dpi_function(module, "new") + "(input string path);\n"
-      "  import \"DPI-C\" function int " + eval + "(input int sc$handle, input longint sc$now, input bit sc$run" +
-      imports + ",\n    output longint sc$next);\n"
+      "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + eval +
+      "(input int sc$handle, input longint sc$now, input bit sc$run" + imports + ",\n    output longint sc$next);\n"
       "  import \"DPI-C\" function string corvane_sc_dpi_error();\n\n"
       "  int sc$handle = -1;\n"
       "`ifdef CORVANE_SC_TIMED\n"
@@ -121,7 +128,7 @@ std::string render_module_body(const WrapperModule &module) {
       "    int sc$status = " + eval + "(sc$handle, $time, sc$run" + arguments + ", sc$next);\n"
       "    if (sc$status < 0)\n"
       "      $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
-      "    if (sc$status > 0)\n"
+      "    if (sc$status == 1)\n"
       "      $finish;\n"
       "`ifdef CORVANE_SC_TIMED\n"
       "    if (sc$unit > 0 && sc$next >= 0 && (sc$armed < 0 || sc$next < sc$armed)) begin\n"
@@ -173,11 +180,12 @@ std::string render_module_body(const WrapperModule &module) {
 }
 
 std::string render_wrappers(const std::vector<WrapperModule> &modules) {
-  std::string text = kHeader;
+  std::string text = kHeader + render_mirrors_preamble();
   for (const WrapperModule &module : modules) {
     text += "\nmodule " + module.name;
     if (module.ports.empty()) {
-      text += ";\n" + render_module_body(module) + "endmodule\n";
+      text += ";\n" + hidden(render_module_body(module) + render_module_end(module)) + render_mirrors(module) +
+              "endmodule\n";
       continue;
     }
     text += " (";
@@ -193,9 +201,10 @@ std::string render_wrappers(const std::vector<WrapperModule> &modules) {
       text += "  " + std::string(direction_name(port.shape.direction)) + " " + type + " " + port.name;
       separator = ",\n";
     }
-    text += "\n" + unmapped + ");\n" + render_module_body(module) + "endmodule\n";
+    text += "\n" + unmapped + ");\n" + hidden(render_module_body(module) + render_module_end(module)) +
+            render_mirrors(module) + "endmodule\n";
   }
-  return text + "\n" + kFooter;
+  return text + "\n" + kFooter + "`undef CORVANE_SC_CONTEXT\n";
 }
 
 } // namespace corvane_sc

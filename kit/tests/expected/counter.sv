@@ -27,6 +27,17 @@
 // verilator lint_off COMBDLY
 // verilator lint_off SYNCASYNCNET
 // verilator lint_off BLKSEQ
+// Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,
+// each wrapper holds under it the model's own hierarchy for the
+// waveform: sub-modules as scopes, signals and the sub-modules' ports as
+// variables that the library sets when the model changes them, from
+// any instance's evaluation; the wrapper's own workings are kept out
+// of the waveform.
+`ifdef CORVANE_SC_MIRRORS
+`define CORVANE_SC_CONTEXT context
+`else
+`define CORVANE_SC_CONTEXT
+`endif
 
 module counter (
   input bit clk,
@@ -44,3 +55,4 @@ endmodule
 // verilator lint_on MULTITOP
 // verilator lint_on DECLFILENAME
 `undef CORVANE_SC_TIMED
+`undef CORVANE_SC_CONTEXT

@@ -1,0 +1,87 @@
+#ifndef CORVANE_SC_MIRRORS_H
+#define CORVANE_SC_MIRRORS_H
+
+/// \file
+/// The mirrors of a model's insides in the waveform: for every signal and
+/// buffer of the model and every port of its sub-modules that the wrapper
+/// can carry, a variable of the wrapper that the runtime sets, through a
+/// function that the wrapper exports, at the simulation time at which the
+/// model changed the object.  A simulation whose wrapper is built with
+/// CORVANE_SC_MIRRORS defined (quillc-sim --trace) attaches each instance
+/// once with the generated corvane_sc_dpi_<module>_mirror(path); without
+/// it nothing is attached, and an evaluation pays one test of a flag.
+///
+/// The exported functions are the simulation program's: it must export
+/// its symbols to the library (linked with --export-dynamic), and the
+/// simulator must give DPI-C scopes (svGetScope(), svSetScope()).  Both
+/// are looked up when the first instance attaches, so a library whose
+/// host has neither loads all the same.
+
+#include "corvane_sc_dpi.h"
+
+#include <systemc>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvane_sc::mirrors {
+
+/// One object of the model and its variable in the wrapper.
+class Mirror {
+public:
+  virtual ~Mirror() = default;
+  /// Finds the object below the instance named \p instance; false when
+  /// it is not there or is not of the mirror's type.
+  virtual bool bind(const std::string &instance) = 0;
+  /// Sets the variable when the object holds another value than shown.
+  virtual void show() = 0;
+  /// The name of the function that sets the variable, and the function.
+  const char *exported = nullptr;
+  void *function = nullptr;
+};
+
+template <class T> class MirrorOf final : public Mirror {
+public:
+  using Show = void (*)(void *function, const T &value);
+  MirrorOf(const char *path, const char *exportedName, Show show) : m_Path(path), m_Show(show) {
+    exported = exportedName;
+  }
+
+  bool bind(const std::string &instance) override {
+    sc_core::sc_object *object = sc_core::sc_find_object((instance + "." + m_Path).c_str());
+    if (auto *port = dynamic_cast<sc_core::sc_port_base *>(object))
+      m_Source = dynamic_cast<const sc_core::sc_signal_in_if<T> *>(port->get_interface());
+    else
+      m_Source = dynamic_cast<const sc_core::sc_signal_in_if<T> *>(object);
+    return m_Source != nullptr;
+  }
+
+  void show() override {
+    const T &value = m_Source->read();
+    if (m_Shown && *m_Shown == value)
+      return;
+    m_Shown = value;
+    m_Show(function, value);
+  }
+
+private:
+  const char *m_Path;
+  Show m_Show;
+  const sc_core::sc_signal_in_if<T> *m_Source = nullptr;
+  std::optional<T> m_Shown;
+};
+
+template <class T>
+std::unique_ptr<Mirror> mirror(const char *path, const char *exported, typename MirrorOf<T>::Show show) {
+  return std::make_unique<MirrorOf<T>>(path, exported, show);
+}
+
+/// Attaches the mirrors of the instance at HDL path \p path, in the
+/// DPI-C scope of the caller.  0, or -1 with the error recorded.
+int attach(const char *path, std::vector<std::unique_ptr<Mirror>> mirrors);
+
+} // namespace corvane_sc::mirrors
+
+#endif
