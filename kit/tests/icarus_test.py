@@ -85,12 +85,14 @@ class Icarus(kit_test.QuillcRun):
         self.assertEqual((tops.returncode, tops.stdout), (0, "icarus_tb\nicarus_error\nicarus_stop\ntb\n"))
         broken = self.call("bash", "-c", script, "icarus.sh", "counter.cpp", "wrapper.v")
         self.assertEqual((broken.returncode, broken.stdout), (1, ""))
-        self.assertTrue(broken.stderr.endswith("quillc-sim: iverilog cannot compile counter.cpp wrapper.v\n"), broken.stderr)
+        self.assertTrue(broken.stderr.endswith("quillc-sim: iverilog cannot compile counter.cpp wrapper.v\n"),
+                        broken.stderr)
 
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     for option in ("--quillc", "--env", "--root"):
         parser.add_argument(option, required=True)
+    parser.add_argument("--sanitize", action="store_true")
     kit_test.ARGS, rest = parser.parse_known_args()
     unittest.main(argv=[sys.argv[0], "-v", *rest])

@@ -324,12 +324,13 @@ class Ends(QuillcRun):
             ({"QUILLC_TEST_STOP": "1"},
              "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nstopper: 3 edges at 25 ns\n"
              "- wrapper.sv:N: Verilog $finish\n")]:
-            self.assertEqual(self.simulate("ends_tb.sv", **environment), (0, expected, ""), environment)
+            self.assertEqual(self.simulate("ends_tb.sv", **environment), (0, expected, "quillc-sim: top ends_tb\n"),
+                             environment)
 
     def test_crash_is_reported(self):
         status, out, err = self.simulate("ends_tb.sv", QUILLC_TEST_CRASH="1")
         self.assertEqual((status, out), (139, ""))
-        self.assertRegex(err, r"\A=F:\[Crash\] \nThe simulation has crashed: SIGSEGV \(segmentation fault\)\n"
+        self.assertRegex(err, r"\Aquillc-sim: top ends_tb\n=F:\[Crash\] \nThe simulation has crashed: SIGSEGV \(segmentation fault\)\n"
                               r"in SystemC process TOP:ends_tb:x\.tick\nat simulation time 15 ns\nstack:\n"
                               r"  #0 crasher::tick\(\) at \S*/ends\.cpp:82\n(  #\d+ \S.*\n)+"
                               r"quillc-sim: the simulation died of SIGSEGV\n\Z")
