@@ -79,15 +79,17 @@ int end_state();
 extern bool ended;
 
 /// The testbench's end: runs the model's end_of_simulation callbacks
-/// unless the kernel never started or has run them already; once however
-/// often it is called.  0, or -1 with the error recorded.
+/// unless the kernel never started, the run has ended already (the
+/// model's sc_stop(), a crash) or they ran; once however often it is
+/// called.  0, or -1 with the error recorded.
 int end_simulation();
 
 /// Arms the crash report (kit/runtime/crash.cpp): from then on SIGSEGV,
 /// SIGBUS, SIGFPE, SIGILL and SIGABRT are reported on standard error with
 /// the SystemC process that was running, the simulation time and the
-/// stack, then handled as before.  Once per process; every library's
-/// start-up source calls it when the library loads.
+/// stack, then handled as before.  Every library's start-up source calls
+/// it when the library loads; a later call puts the report back in front
+/// of handlers that a simulator installed since.
 void report_crashes();
 
 /// Whether any instance has mirrors in the waveform (corvane_sc_mirrors.h).

@@ -190,9 +190,12 @@ void report(int signal, void *context) {
 }
 
 void on_signal(int signal, siginfo_t *info, void *context) {
-  // Whoever handled the signals before us handles any second one.
+  // Whoever handled the signals before us handles any second one, and a
+  // simulator that exits from its own handler runs no model's
+  // end_of_simulation after the crash.
   for (int i = 0; i < kSignalCount; ++i)
     ::sigaction(kSignals[i], &previous[i], nullptr);
+  corvane_sc::runtime::ended = true;
   report(signal, context);
   int index = 0;
   while (kSignals[index] != signal)
@@ -213,25 +216,33 @@ void on_signal(int signal, siginfo_t *info, void *context) {
 namespace corvane_sc::runtime {
 
 void report_crashes() {
-  static bool installed = false;
-  if (installed)
-    return;
-  installed = true;
-  // An alternate stack that someone set up before (a sanitizer) serves.
-  stack_t alternate{};
-  if (::sigaltstack(nullptr, &alternate) == 0 && (alternate.ss_flags & SS_DISABLE)) {
-    alternate.ss_sp = handlerStack;
-    alternate.ss_size = sizeof handlerStack;
-    alternate.ss_flags = 0;
-    ::sigaltstack(&alternate, nullptr);
+  static bool prepared = false;
+  if (!prepared) {
+    prepared = true;
+    // An alternate stack that someone set up before (a sanitizer) serves.
+    stack_t alternate{};
+    if (::sigaltstack(nullptr, &alternate) == 0 && (alternate.ss_flags & SS_DISABLE)) {
+      alternate.ss_sp = handlerStack;
+      alternate.ss_size = sizeof handlerStack;
+      alternate.ss_flags = 0;
+      ::sigaltstack(&alternate, nullptr);
+    }
+    ::dl_iterate_phdr(find_program, nullptr);
   }
-  ::dl_iterate_phdr(find_program, nullptr);
   struct sigaction action{};
   action.sa_sigaction = on_signal;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK;
   sigemptyset(&action.sa_mask);
-  for (int i = 0; i < kSignalCount; ++i)
+  // A simulator that installed handlers of its own since the last call
+  // (GHDL does when its simulation starts) is handed the signal after the
+  // report; where the report is still first, nothing changes.
+  for (int i = 0; i < kSignalCount; ++i) {
+    struct sigaction current{};
+    ::sigaction(kSignals[i], nullptr, &current);
+    if ((current.sa_flags & SA_SIGINFO) && current.sa_sigaction == on_signal)
+      continue;
     ::sigaction(kSignals[i], &action, &previous[i]);
+  }
 }
 
 } // namespace corvane_sc::runtime

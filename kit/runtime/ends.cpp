@@ -20,6 +20,9 @@ int end_state() {
 }
 
 int end_simulation() {
+  // Stopped by the model, crashed, or ended already.
+  if (ended)
+    return 0;
   ended = true;
   // A kernel that never started has nothing to end; one that stopped by
   // itself has run the callbacks already.

@@ -93,6 +93,4 @@ sim_warnings() {
   awk '/^%Warning/ { shown = 1; print; next } shown && /^ / { print; next } { shown = 0 }' "$1"
 }
 
-# The program's standard error is the user's; the shell's own notice of a
-# death by a signal is not shown (quillc-sim says it in one line).
-sim_run() { "$build/obj/$top" 2>&3; } 3>&2 2>/dev/null
+sim_run() { exec "$build/obj/$top"; }

@@ -304,7 +304,7 @@ class Ends(QuillcRun):
     """The models of data/ends.cpp inside Verilator through quillc-sim, built
     once for every end of the run, which the environment picks, and once
     traced."""
-    sources = ["kit/tests/data/" + name for name in ("ends.cpp", "ends_tb.sv")]
+    sources = ["kit/tests/data/" + name for name in ("ends.cpp", "ends_tb.sv", "ends_tb.v", "ends_tb.vhd")]
     arguments = ["-module", "pair", "-module", "stopper", "-module", "crasher", "-Wcxx,-g", "ends.cpp"]
 
     def simulate(self, *arguments, **environment):
@@ -326,6 +326,23 @@ class Ends(QuillcRun):
              "- wrapper.sv:N: Verilog $finish\n")]:
             self.assertEqual(self.simulate("ends_tb.sv", **environment), (0, expected, "quillc-sim: top ends_tb\n"),
                              environment)
+
+    def test_ends_in_icarus_and_ghdl(self):
+        crash = (r"\Aquillc-sim: top ends_tb\n=F:\[Crash\] \nThe simulation has crashed: SIGSEGV \(segmentation "
+                 r"fault\)\nin SystemC process ends_tb:x\.tick\nat simulation time 15 ns\nstack:\n"
+                 r"  #0 crasher::tick\(\) at \S*/ends\.cpp:82\n")
+        stopped = "\nInfo: /OSCI/SystemC: Simulation stopped by user.\nstopper: 3 edges at 25 ns\n"
+        for simulator, testbench, end, stop in [
+                ("icarus", "ends_tb.v", "testbench ends at 100000: c = 23\n", ""),
+                ("ghdl", "ends_tb.vhd", "ends_tb.vhd:19:5:@100ns:(report note): testbench ends: c = 23\n"
+                                        "simulation finished @100ns\n", "simulation finished @25ns\n")]:
+            run = lambda **environment: self.simulate(f"--simulator={simulator}", testbench, **environment)
+            self.assertEqual(run(), (0, end + "stopper: 10 edges at 100 ns\n", "quillc-sim: top ends_tb\n"))
+            self.assertEqual(run(QUILLC_TEST_STOP="1")[:2], (0, stopped + stop))
+            status, out, err = run(QUILLC_TEST_CRASH="1")
+            self.assertNotEqual(status, 0)
+            self.assertRegex(err, crash)
+            self.assertNotIn("stopper:", out + err)
 
     def test_crash_is_reported(self):
         status, out, err = self.simulate("ends_tb.sv", QUILLC_TEST_CRASH="1")

@@ -4,6 +4,8 @@
 
 #include "kit/include/corvane_sc_vhpidirect.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -12,6 +14,14 @@ namespace {
 
 /// The time value of 1 ps: 1000 at GHDL's default resolution of 1 fs.
 int64_t ps_value = 1000;
+
+/// GHDL has no end-of-simulation hook for foreign code: the models' own
+/// end_of_simulation callbacks run when the process ends, however the
+/// testbench ended it (std.env.finish, no events left, --stop-time).
+void end_at_exit() {
+  if (corvane_sc::runtime::end_simulation() < 0)
+    std::fprintf(stderr, "%s\n", corvane_sc::runtime::error());
+}
 
 } // namespace
 
@@ -30,6 +40,11 @@ namespace corvane_sc::vhpidirect {
 corvane_sc_instance *instantiate(const char *module, const corvane_sc_vhpi_string *path, int64_t ps) {
   if (ps > 0)
     ps_value = ps;
+  static const bool endsArmed = std::atexit(end_at_exit) == 0;
+  (void)endsArmed;
+  // GHDL's own handlers, installed when its simulation started, come
+  // after the crash report.
+  runtime::report_crashes();
   // ":tb:dut:" is the DPI-C side's "tb.dut".
   const int32_t length = path->bounds->length > 0 ? path->bounds->length : 0;
   std::string labels(path->characters, static_cast<size_t>(length));

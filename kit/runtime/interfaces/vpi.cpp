@@ -347,6 +347,14 @@ PLI_INT32 call(PLI_BYTE8 *) {
   return 0;
 }
 
+/// The testbench's end ($finish, or no events left): the models' own
+/// end_of_simulation callbacks, once.
+PLI_INT32 end_of_simulation(p_cb_data) {
+  if (corvane_sc::runtime::end_simulation() < 0)
+    vpi_printf(const_cast<PLI_BYTE8 *>("FATAL: %s\n"), corvane_sc::runtime::error());
+  return 0;
+}
+
 } // namespace
 
 extern "C" void corvane_sc_vpi_register(void) {
@@ -356,6 +364,10 @@ extern "C" void corvane_sc_vpi_register(void) {
   task.calltf = call;
   task.compiletf = compile;
   vpi_register_systf(&task);
+  s_cb_data callback{};
+  callback.reason = cbEndOfSimulation;
+  callback.cb_rtn = end_of_simulation;
+  vpi_register_cb(&callback);
 }
 
 void (*vlog_startup_routines[])(void) = {corvane_sc_vpi_register, nullptr};
