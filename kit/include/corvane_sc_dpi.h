@@ -86,6 +86,10 @@ typedef struct t_vpi_vecval {
 /** The latest failure, as corvane_sc_last_error(), for $fatal in the wrapper. */
 const char *corvane_sc_dpi_error(void);
 
+/** The time in picoseconds of the kernel's next pending event, -1 when
+ * there is none, as of its last entry: what the keeper's wake-up waits for. */
+int64_t corvane_sc_dpi_next(void);
+
 #ifdef __cplusplus
 }
 

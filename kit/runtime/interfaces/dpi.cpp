@@ -4,3 +4,5 @@
 #include "kit/include/corvane_sc_dpi.h"
 
 extern "C" const char *corvane_sc_dpi_error(void) { return corvane_sc::runtime::error(); }
+
+extern "C" int64_t corvane_sc_dpi_next(void) { return corvane_sc::runtime::next_event_ps(); }
