@@ -48,8 +48,8 @@ package corvane_sc_keeper;
   event rearm;
 `endif
 
-  // Arms the wake-up for the kernel's next event, next (ps), when it
-  // lies before the one armed.
+  // Arms a wake-up for the kernel's next event, next (ps), when it lies
+  // before the one armed.
   function automatic void arm(longint next);
 `ifdef CORVANE_SC_TIMED
     if (unit > 0 && next >= 0 && (armed < 0 || next < armed)) begin
@@ -57,11 +57,14 @@ package corvane_sc_keeper;
       -> rearm;
     end
 `else
+    // Without timing nothing waits.
     if (next < 0) return;
 `endif
   endfunction
 
 `ifdef CORVANE_SC_TIMED
+  // Run by the first instance: measures the unit of #, then keeps a
+  // wake-up for the time armed last.
   task automatic keep();
     real was, probe = 1e-15;
     started = 1;
@@ -74,27 +77,28 @@ package corvane_sc_keeper;
       probe = probe * 10;
     end
     unit = ($realtime - was) / probe;
-    // A delay computed at run time is counted modulo 2^32 precision units:
-    // longer waits go in pieces of 2^31.
+    // 2^31 precision units in ps.
     piece = ($realtime - was) * 2147483648.0;
     arm(corvane_sc_dpi_next());
-    // A wake-up for the time armed last; one that an earlier one replaced
-    // finds another time armed, and ends.
+    // A wake-up for the time armed last; one that an earlier time replaced
+    // finds another time armed, and ends.  A delay computed at run time
+    // counts modulo 2^32 precision units in some simulators: the wait
+    // goes in pieces shorter than that.
     forever begin
       if (armed >= 0)
-      fork
-        begin
-          automatic longint at = armed;
-          while (at == armed && longint'($time) < at) begin
-            automatic real left = real'(at - longint'($time));
-            #((left < piece ? left : piece) / unit);
+        fork
+          begin
+            automatic longint at = armed;
+            while (at == armed && longint'($time) < at) begin
+              automatic real left = real'(at - longint'($time));
+              #((left < piece ? left : piece) / unit);
+            end
+            if (at == armed) begin
+              armed = -1;
+              -> tick;
+            end
           end
-          if (at == armed) begin
-            armed = -1;
-            -> tick;
-          end
-        end
-      join_none
+        join_none
       @(rearm);
     end
   endtask
