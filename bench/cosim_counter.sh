@@ -6,9 +6,10 @@
 #       the SystemC side;
 #   (c) the same counter written in SystemVerilog, in the same Verilator.
 # Prints each simulation's processor time (builds excluded; least of the
-# runs),
-# the ratio a/b, whose target is 2 or less, and the cost of one crossing
-# into the model: (a - c) over the number of evaluations (two per cycle).
+# runs), the ratio a/(b+c), whose target is 1.3 or less (a free crossing
+# costs no more than the two simulators doing their halves alone), and
+# the cost of one crossing into the model: (a - b - c) over the number of
+# evaluations (two per cycle).
 #
 #   bench/cosim_counter.sh [build-dir] [cycles] [runs]   (defaults: build, 1000000, 3)
 set -euo pipefail
@@ -103,6 +104,6 @@ awk -v a="$a" -v b="$b" -v c="$c" -v n="$cycles" 'BEGIN {
   printf "  (a) SystemC model in Verilator through quillc-sim  %7.3f s\n", a
   printf "  (b) SystemC model, pure SystemC testbench         %7.3f s\n", b
   printf "  (c) SystemVerilog counter in Verilator             %7.3f s\n", c
-  printf "  a/b = %.2f (target: 2 or less)\n", a / b
-  printf "  one crossing (a - c over %d evaluations): %.0f ns\n", 2 * n, (a - c) / (2 * n) * 1e9
+  printf "  a/(b+c) = %.2f (target: 1.3 or less)\n", a / (b + c)
+  printf "  one crossing (a - b - c over %d evaluations): %.0f ns\n", 2 * n, (a - b - c) / (2 * n) * 1e9
 }'
