@@ -7,9 +7,13 @@
 #   (c) the same counter written in SystemVerilog, in the same Verilator.
 #   (d) as (a), built with quillc-sim --trace=vcd: the waveform written.
 # Prints each simulation's processor time (builds excluded; least of the
-# runs),
-# the ratio a/b, whose target is 2 or less, and the cost of one crossing
-# into the model: (a - c) over the number of evaluations (two per cycle).
+# runs), the ratio a/(b+c), whose target is 1.3 or less (a free crossing
+# costs no more than the two simulators doing their halves alone), and
+# the cost of one crossing into the model: (a - b - c) over the number of
+# evaluations (two per cycle).
+#
+# With gdb at hand, it also counts the SystemC kernel's entries (calls of
+# sc_start) per clock cycle over 1,000 cycles of (a).
 #
 #   bench/cosim_counter.sh [build-dir] [cycles] [runs]   (defaults: build, 1000000, 3)
 set -euo pipefail
@@ -109,6 +113,26 @@ awk -v a="$a" -v b="$b" -v c="$c" -v d="$d" -v n="$cycles" 'BEGIN {
   printf "  (b) SystemC model, pure SystemC testbench         %7.3f s\n", b
   printf "  (c) SystemVerilog counter in Verilator             %7.3f s\n", c
   printf "  (d) as (a), with --trace=vcd (waveform written)    %7.3f s\n", d
-  printf "  a/b = %.2f (target: 2 or less)\n", a / b
-  printf "  one crossing (a - c over %d evaluations): %.0f ns\n", 2 * n, (a - c) / (2 * n) * 1e9
+  printf "  a/(b+c) = %.2f (target: 1.3 or less)\n", a / (b + c)
+  printf "  one crossing (a - b - c over %d evaluations): %.0f ns\n", 2 * n, (a - b - c) / (2 * n) * 1e9
 }'
+
+command -v gdb >/dev/null || exit 0
+# The kernel entries: a breakpoint on sc_start that counts and goes on.
+(cd "$scratch/a" && sed -e 's/repeat ([0-9]*)/repeat (1000)/' -e 's/module bench;/module entries;/' bench.sv >entries.sv &&
+  "$QUILLC_PATH/bin/quillc-sim" entries.sv >/dev/null)
+cat >"$scratch/count.gdb" <<'EOF'
+set pagination off
+break main
+run
+break *&'sc_core::sc_start(sc_core::sc_time const&, sc_core::sc_starvation_policy)'
+commands
+silent
+continue
+end
+continue
+info breakpoints
+EOF
+entries=$(cd "$scratch/a" && gdb -q -batch -x "$scratch/count.gdb" sim_build/entries/obj/entries 2>&1 |
+  sed -n 's/.*already hit \([0-9]*\) time.*/\1/p' | tail -1)
+awk -v e="$entries" 'BEGIN { printf "  kernel entries per clock cycle (1,000 cycles of (a)): %.2f\n", e / 1000 }'

@@ -22,16 +22,37 @@
  *   int corvane_sc_dpi_M_eval(int handle, int64_t now_ps, svBit run,
  *                             <the inputs>, <the outputs>, int64_t *next_ps);
  *     One evaluation of the instance at SystemVerilog time now_ps.  With
- *     run set it brings the SystemC kernel to now_ps (running its events up
- *     to then), writes the inputs, runs the kernel's delta cycles at now_ps
- *     until nothing is left to do, and reads the outputs back; without it,
- *     it only writes the inputs (before the kernel first runs) and reads the
- *     outputs.  *next_ps is the time of the kernel's next pending event,
- *     -1 when there is none.  Returns 0; 1 when the model called sc_stop()
- *     (the simulation should end: this instance calls $finish); 2 once
- *     another call has returned 1, or after corvane_sc_dpi_end(), without
- *     entering the kernel (there is nothing left to do); -1 on an error,
- *     which corvane_sc_dpi_error() describes.
+ *     run set it runs the SystemC kernel's own events due by now_ps, writes
+ *     the inputs, and, when some process waits on a change among them,
+ *     brings the kernel to now_ps and runs its delta cycles there until
+ *     nothing is left to do; then it reads the outputs back.  Without run
+ *     it only writes the inputs (before the kernel first runs) and reads
+ *     the outputs.  *next_ps is the time of the kernel's next pending
+ *     event, -1 when there is none.  Returns 0; 1 when the model called
+ *     sc_stop() (the simulation should end: this instance calls $finish); 2
+ *     once another call has returned 1, or after corvane_sc_dpi_end(),
+ *     without entering the kernel (there is nothing left to do); -1 on an
+ *     error, which corvane_sc_dpi_error() describes.
+ *
+ *     An input change that no process waits on (SystemC makes a signal's
+ *     value-changed, posedge and negedge events only when a process asks
+ *     for them; a reset counts as waiting) takes its value at once,
+ *     without a delta cycle or a kernel entry: a process that reads the
+ *     input later reads it.  What the model waits on is looked at anew at
+ *     every change, so sensitivity that a process adds while it runs
+ *     (a dynamic next_trigger, a first wait on an event) holds from then
+ *     on.  A change that some process waits on is seen as the kernel's
+ *     update would make it seen, in the time step of the change.
+ *
+ * There is one SystemC kernel, whatever the number of instances, and
+ * wrapper.sv keeps it with one package, corvane_sc_keeper: the first
+ * instance runs its wake-up, which waits for the kernel's next event and
+ * then has every instance evaluate; each evaluation arms it when the next
+ * event moved earlier.  It asks the library where the kernel stands with
+ *
+ *   int64_t corvane_sc_dpi_next(void);
+ *     The kernel's next pending event in picoseconds, -1 when there is
+ *     none, as of its last entry.
  *
  *     The arguments, one per port in the wrapper's order (an inout has an
  *     input and an output argument), have exact DPI types:
@@ -67,6 +88,14 @@
  * at 1 ps precision or finer whatever the testbench declares; a testbench
  * of coarser precision keeps its own delays as it wrote them.  A SystemC
  * event that falls between two picoseconds is seen at the later one.
+ *
+ * Long delays.  Verilator 5.006 counts a delay of more than 2^32
+ * precision units (4.29 ms at 1 ps) modulo 2^32 when the delay is a real,
+ * a variable or an expression, or an unsized or 32-bit literal.  The
+ * keeper waits for the model's events in pieces shorter than that, so
+ * they arrive exactly however far ahead they lie; a testbench that waits
+ * longer than 4.29 ms at once writes the delay as a 64-bit literal
+ * (#(64'd5000000000) for 5 ms at 1 ps) or waits in pieces.
  */
 
 #include <stdint.h>
@@ -98,6 +127,10 @@ const char *corvane_sc_dpi_error(void);
  *  never started or a model's sc_stop() has run them.  0, or -1 with
  *  corvane_sc_dpi_error() set. */
 int corvane_sc_dpi_end(void);
+
+/** The time in picoseconds of the kernel's next pending event, -1 when
+ * there is none, as of its last entry: what the keeper's wake-up waits for. */
+int64_t corvane_sc_dpi_next(void);
 
 #ifdef __cplusplus
 }

@@ -126,16 +126,89 @@ template <class Big, int N> struct BigValue {
 template <int N> struct PortValue<sc_dt::sc_biguint<N>> : BigValue<sc_dt::sc_biguint<N>, N> {};
 template <int N> struct PortValue<sc_dt::sc_bigint<N>> : BigValue<sc_dt::sc_bigint<N>, N> {};
 
+/// The signal behind an input or inout port.  SystemC makes a signal's
+/// value-changed, posedge and negedge events only when some process asks
+/// for them, so a change that finds none of them (and no reset) can wake
+/// nothing: the co-simulation then gives the signal its value without a
+/// delta cycle.  A change that can wake something is made seen the way the
+/// kernel's update makes it, once the kernel stands at the time of the
+/// change.
+class DeferredInput {
+public:
+  /// Makes the value held back by hold() seen at the kernel's current time.
+  virtual void announce() = 0;
+
+protected:
+  ~DeferredInput() = default;
+};
+
+template <class T> class PortChannel final : public sc_core::sc_signal<T>, public DeferredInput {
+public:
+  explicit PortChannel(const char *name) : sc_core::sc_signal<T>(name) {}
+
+  /// Whether a change from the value held to \p value can wake a process,
+  /// as the model stands now (it may ask for events later).
+  bool waited(const T &value) const {
+    if (this->m_change_event_p)
+      return true;
+    if constexpr (std::is_same_v<T, bool>)
+      return this->m_reset_p || (value ? this->m_posedge_event_p : this->m_negedge_event_p);
+    else if constexpr (std::is_same_v<T, sc_dt::sc_logic>)
+      return value == sc_dt::SC_LOGIC_1 ? this->m_posedge_event_p != nullptr
+             : value == sc_dt::SC_LOGIC_0 ? this->m_negedge_event_p != nullptr
+                                          : false;
+    else
+      return false;
+  }
+
+  /// Takes \p value at once, without a delta cycle: nothing waits on it.
+  void take(const T &value) {
+    this->m_cur_val = value;
+    this->m_new_val = value;
+  }
+
+  /// Holds \p value back for announce().
+  void hold(const T &value) { this->m_new_val = value; }
+
+  void announce() override {
+    if constexpr (std::is_same_v<T, bool>) {
+      if (this->m_reset_p) {
+        // A reset acts through the kernel's own update.
+        this->request_update();
+        return;
+      }
+    }
+    this->m_cur_val = this->m_new_val;
+    // event(), posedge() and negedge() read true in the delta that follows.
+    this->m_change_stamp = this->simcontext()->change_stamp();
+    wake(this->m_change_event_p);
+    if constexpr (std::is_same_v<T, bool>)
+      wake(this->m_cur_val ? this->m_posedge_event_p : this->m_negedge_event_p);
+    else if constexpr (std::is_same_v<T, sc_dt::sc_logic>)
+      wake(this->m_cur_val == sc_dt::SC_LOGIC_1   ? this->m_posedge_event_p
+           : this->m_cur_val == sc_dt::SC_LOGIC_0 ? this->m_negedge_event_p
+                                                  : nullptr);
+  }
+
+private:
+  // Between kernel entries the kernel is in its evaluation phase, where
+  // an immediate notification makes the waiting processes runnable.
+  static void wake(sc_core::sc_event *event) {
+    if (event)
+      event->notify();
+  }
+};
+
 template <class T> class SignalOf final : public PortSignal {
 public:
   explicit SignalOf(const char *name) : m_Signal(name) {}
 
-  sc_core::sc_signal<T> &signal() { return m_Signal; }
+  PortChannel<T> &signal() { return m_Signal; }
   void write(const PortWords &value) override { m_Signal.write(PortValue<T>::from(value)); }
   void read(PortWords &value) const override { PortValue<T>::to(m_Signal.read(), value); }
 
 private:
-  sc_core::sc_signal<T> m_Signal;
+  PortChannel<T> m_Signal;
 };
 
 /// Makes a signal of T named \p name and binds \p port to it; null when

@@ -22,6 +22,8 @@
 
 namespace corvane_sc {
 class PortSignal;
+class DeferredInput;
+template <class T> class PortChannel;
 } // namespace corvane_sc
 
 namespace corvane_sc::runtime {
@@ -52,17 +54,34 @@ int bad_handle(const char *module, int handle);
 /// Turns what is being thrown into the latest failure; returns -1.
 int fail_current_exception();
 
-/// Brings the kernel to \p now_ps (starting it the first time).
-void advance_to(int64_t now_ps);
+/// The kernel's stepping.  There is one SystemC kernel, whatever the
+/// number of instances, and one record of where it stands: the time it
+/// has reached, its next pending event, and the input changes that wait
+/// for it.  An evaluation enters the kernel only when the model has
+/// something to do: its own events are due, or an input changed that some
+/// process waits on.
 
-/// Runs the delta cycles at the current time until none is pending (at
-/// least one when \p written, which an input write has made pending);
-/// false (with the error recorded) when the model does not settle.
-bool settle(bool written);
+/// Runs the kernel's own events up to and including \p now_ps (starting
+/// the kernel the first time), so that the inputs written next are seen
+/// after them; enters the kernel only when an event is due.  False (with
+/// the error recorded) when the model does not settle.
+bool catch_up(int64_t now_ps);
 
-/// The time of the next pending event in picoseconds, or -1; \p settled
-/// when settle() has just found nothing left at the current time.
-int64_t next_event_ps(bool settled);
+/// Keeps \p input's change, which hold() kept back, for the next deliver().
+void defer(DeferredInput &input);
+
+/// Brings the kernel to \p now_ps, makes the deferred input changes seen
+/// there and runs the delta cycles until none is pending; nothing when no
+/// change was deferred.  False (with the error recorded) when the model
+/// does not settle (a million delta cycles at one time).
+bool deliver(int64_t now_ps);
+
+/// Whether the kernel has begun to run.
+bool running();
+
+/// The time of the kernel's next pending event in picoseconds, or -1, as
+/// of its last entry.
+int64_t next_event_ps();
 
 /// Whether the model has stopped the simulation.
 bool stopped();
@@ -99,30 +118,31 @@ extern bool mirrorsAttached;
 void show_mirrors();
 
 /// Typed access to a port's signal, checked once at instantiation.
-template <class T> bool bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal);
+template <class T> bool bind(corvane_sc_instance *instance, int index, PortChannel<T> *&signal);
 
 /// One evaluation of an instance at simulation time \p now_ps: with \p run
-/// it brings the kernel to now_ps, writes the inputs (\p write, which tells
-/// whether any changed), runs the delta cycles at now_ps and reads the
-/// outputs (\p read); without it (before the kernel first runs) it only
-/// writes and reads.  *next_ps is the kernel's next event, -1 when there
-/// is none.  Returns 0, 1 when the model has stopped the simulation, -1 on
-/// an error, which error() describes; 2 once the simulation has ended
-/// (end_state()), without touching the model.
+/// it runs the kernel's events due by now_ps, writes the inputs (\p write,
+/// through put()), brings the changes that something waits on to the
+/// kernel and runs its delta cycles at now_ps, and reads the outputs
+/// (\p read); without it (before the kernel first runs) it only writes and
+/// reads.  *next_ps is the kernel's next event, -1 when there is none.
+/// Returns 0, 1 when the model has stopped the simulation, -1 on an error,
+/// which error() describes; 2 once the simulation has ended (end_state()),
+/// without touching the model.
 template <class Write, class Read>
 int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read) {
   if (ended)
     return *next_ps = -1, 2;
   try {
-    if (run)
-      advance_to(now_ps);
-    const bool written = write();
-    if (run && !settle(written))
+    if (run && !catch_up(now_ps))
+      return -1;
+    write();
+    if (run && !deliver(now_ps))
       return -1;
     read();
     if (mirrorsAttached && run)
       show_mirrors();
-    *next_ps = next_event_ps(run);
+    *next_ps = next_event_ps();
     return stopped() ? end_state() : 0;
   } catch (...) {
     return fail_current_exception();
@@ -133,14 +153,22 @@ template <class T> struct same_type {
   using type = T;
 };
 
-/// Writes \p value to an input's signal unless the signal holds it: no
-/// update is pending on an input between evaluations, so the write would
-/// change nothing, and skipping it spares the kernel a check per input.
-/// Whether it wrote.
-template <class T> inline bool put(sc_core::sc_signal<T> &signal, const typename same_type<T>::type &value) {
+/// Writes \p value to an input's signal: at once when nothing in the model
+/// waits on the change (no delta cycle, no kernel entry), else held back
+/// for deliver(); before the kernel runs, as SystemC's own write.  No
+/// update is pending on an input between evaluations, so an equal value
+/// changes nothing.  Whether the value changed.
+template <class T> inline bool put(PortChannel<T> &signal, const typename same_type<T>::type &value) {
   if (signal.read() == value)
     return false;
-  signal.write(value);
+  if (!running())
+    signal.write(value);
+  else if (!signal.waited(value))
+    signal.take(value);
+  else {
+    signal.hold(value);
+    defer(signal);
+  }
   return true;
 }
 
@@ -174,7 +202,7 @@ template <class T> inline uint64_t to_u64(const T &value) {
 #include "corvane_sc_glue.h"
 
 template <class T>
-bool corvane_sc::runtime::bind(corvane_sc_instance *instance, int index, sc_core::sc_signal<T> *&signal) {
+bool corvane_sc::runtime::bind(corvane_sc_instance *instance, int index, PortChannel<T> *&signal) {
   auto *typed = dynamic_cast<SignalOf<T> *>(port_signal(instance, index));
   if (!typed)
     return fail("the generated glue does not match the library's port signals"), false;

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -21,8 +22,6 @@ std::string &runtime_error() {
   static std::string &text = *new std::string;
   return text;
 }
-
-bool started = false;
 
 /// SystemC's time value of one picosecond; 0 when the resolution is
 /// coarser, and then times go through doubles.
@@ -91,23 +90,40 @@ int fail_current_exception() {
   }
 }
 
-void advance_to(int64_t now_ps) {
-  if (!started) {
-    // Ends elaboration: every instance exists by now.
-    started = true;
-    sc_core::sc_start(sc_core::SC_ZERO_TIME);
-  }
+namespace {
+
+/// Where the one kernel stands, as of its last entry.
+struct Keeper {
+  bool started = false;
+  /// The time of its next pending event in picoseconds, -1 for none.
+  int64_t next_ps = -1;
+  /// Input changes that some process waits on, not yet seen.
+  std::vector<DeferredInput *> deferred;
+};
+
+Keeper &keeper() {
+  static Keeper &one = *new Keeper;
+  return one;
+}
+
+sc_core::sc_time to_time(int64_t ps) {
   const uint64_t unit = ps_value();
-  const sc_core::sc_time target =
-      unit ? sc_core::sc_time::from_value(static_cast<uint64_t>(now_ps) * unit)
-           : sc_core::sc_time(static_cast<double>(now_ps), sc_core::SC_PS);
-  const sc_core::sc_time now = sc_core::sc_time_stamp();
+  return unit ? sc_core::sc_time::from_value(static_cast<uint64_t>(ps) * unit)
+              : sc_core::sc_time(static_cast<double>(ps), sc_core::SC_PS);
+}
+
+/// Moves the kernel's time to \p now_ps when it stands before it; no
+/// event lies between, so nothing runs.
+void move_to(int64_t now_ps) {
+  const sc_core::sc_time target = to_time(now_ps), now = sc_core::sc_time_stamp();
   if (target > now)
     sc_core::sc_start(target - now);
 }
 
-bool settle(bool written) {
-  for (long deltas = 0; (written && deltas == 0) || sc_core::sc_pending_activity_at_current_time(); ++deltas) {
+/// Runs the delta cycles at the current time until none is pending, then
+/// notes the next event.
+bool settle() {
+  for (long deltas = 0; sc_core::sc_pending_activity_at_current_time(); ++deltas) {
     if (deltas == kMaxDeltas) {
       fail(("the model does not settle: " + std::to_string(kMaxDeltas) + " delta cycles at " +
             sc_core::sc_time_stamp().to_string())
@@ -116,28 +132,55 @@ bool settle(bool written) {
     }
     sc_core::sc_start(sc_core::SC_ZERO_TIME);
   }
+  // Nothing is left at the current time, so the next activity is the
+  // earliest timed event.
+  sc_core::sc_time at;
+  Keeper &k = keeper();
+  if (!sc_core::sc_get_curr_simcontext()->next_time(at)) {
+    k.next_ps = -1;
+  } else {
+    const uint64_t unit = ps_value();
+    k.next_ps = unit ? static_cast<int64_t>((at.value() + unit - 1) / unit)
+                     : static_cast<int64_t>(std::ceil(at.to_seconds() * 1e12));
+  }
   return true;
 }
 
-int64_t next_event_ps(bool settled) {
-  sc_core::sc_time at;
-  if (settled) {
-    // Nothing is left at the current time, so the next activity is the
-    // earliest timed event; asking the kernel whether anything is pending
-    // again would cost one more look at its update queues.
-    if (!sc_core::sc_get_curr_simcontext()->next_time(at))
-      return -1;
-  } else {
-    // With nothing pending, the time to the next activity is the time left.
-    at = sc_core::sc_time_stamp() + sc_core::sc_time_to_pending_activity();
-    if (at == sc_core::sc_max_time())
-      return -1;
+} // namespace
+
+bool running() { return keeper().started; }
+
+bool catch_up(int64_t now_ps) {
+  Keeper &k = keeper();
+  if (!k.started) {
+    // Ends elaboration (every instance exists by now) and runs the
+    // kernel's start with the inputs written so far.
+    k.started = true;
+    sc_core::sc_start(sc_core::SC_ZERO_TIME);
+    if (!settle())
+      return false;
   }
-  const uint64_t unit = ps_value();
-  if (unit)
-    return static_cast<int64_t>((at.value() + unit - 1) / unit);
-  return static_cast<int64_t>(std::ceil(at.to_seconds() * 1e12));
+  if (k.next_ps < 0 || k.next_ps > now_ps)
+    return true;
+  // Runs the events before now_ps; those at now_ps wait for settle().
+  move_to(now_ps);
+  return settle();
 }
+
+void defer(DeferredInput &input) { keeper().deferred.push_back(&input); }
+
+bool deliver(int64_t now_ps) {
+  Keeper &k = keeper();
+  if (k.deferred.empty())
+    return true;
+  move_to(now_ps);
+  for (DeferredInput *input : k.deferred)
+    input->announce();
+  k.deferred.clear();
+  return settle();
+}
+
+int64_t next_event_ps() { return keeper().next_ps; }
 
 bool stopped() { return sc_core::sc_end_of_simulation_invoked() || sc_core::sc_get_status() == sc_core::SC_STOPPED; }
 

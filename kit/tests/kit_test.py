@@ -188,12 +188,13 @@ class Ports(Example):
 
 class Cosim(QuillcRun):
     """The models of data/cosim.cpp and the counter inside Verilator through
-    quillc-sim: two testbenches (1ns/1ps and 1ps/1ps tops), each printing a
-    line per check, the second traced."""
+    quillc-sim: three testbenches (a 1ns/1ps and two 1ps/1ps tops), each
+    printing a line per check, the second traced."""
     sources = ["examples/counter/counter.cpp"] + ["kit/tests/data/" + name for name in
-                                                  ("cosim.cpp", "cosim_tb.sv", "cosim_tb_ps.sv")]
+                                                  ("cosim.cpp", "cosim_tb.sv", "cosim_tb_ps.sv", "cosim_tb_keeper.sv")]
     arguments = ["-module", "counter", "counter.cpp", "-module", "comb", "-module", "ticker", "-module", "types",
-                 "-module", "guard", "cosim.cpp"]
+                 "-module", "guard", "-module", "edges", "-module", "late", "-module", "inc", "-module", "slow",
+                 "cosim.cpp"]
 
     def simulate(self, *arguments):
         sim = os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim")
@@ -229,6 +230,11 @@ class Cosim(QuillcRun):
             elif line.endswith(" " + code) and line.startswith("b"):
                 changes.append((now, int(line[1:].split()[0], 2)))
         self.assertEqual(changes, [(0, 0), (10000, 1), (20000, 2), (28002, 3), (38002, 4)])
+
+    def test_keeper_testbench_to_10_seconds(self):
+        run = self.simulate("cosim_tb_keeper.sv")
+        self.assertChecks(run.stdout, 16)
+        self.assertEqual(run.returncode, 0, run.stderr)
 
     def test_wrapper_lints_clean_as_a_whole(self):
         for timing in [], ["--timing"]:

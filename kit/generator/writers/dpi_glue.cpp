@@ -42,7 +42,7 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
       const std::string n = std::to_string(i), type = port.shape.cxxType;
       const Crossing c = crossing(port.shape);
       const bool viaBits = c.form == Crossing::Bits && !is_bit_vector(port.shape);
-      members += "  sc_core::sc_signal<" + type + "> *p" + n + ";\n  " + type + " v" + n + ";\n";
+      members += "  corvane_sc::PortChannel<" + type + "> *p" + n + ";\n  " + type + " v" + n + ";\n";
       if (viaBits)
         members += "  sc_dt::sc_bv<" + std::to_string(c.width) + "> b" + n + ";\n";
       binds += " &&\n      corvane_sc::runtime::bind(instance, " + n + ", ports.p" + n + ")";

@@ -43,7 +43,7 @@ std::string render_vhpi_glue(const std::vector<WrapperModule> &modules) {
       const Crossing c = crossing(port.shape);
       // Wide two-valued numbers go through an sc_bv of their width.
       const bool viaBits = c.form == Crossing::Bits && !is_bit_vector(port.shape);
-      members += "  sc_core::sc_signal<" + type + "> *p" + n + ";\n  " + type + " v" + n + ";\n";
+      members += "  corvane_sc::PortChannel<" + type + "> *p" + n + ";\n  " + type + " v" + n + ";\n";
       if (viaBits)
         members += "  sc_dt::sc_bv<" + width + "> b" + n + ";\n";
       binds += " &&\n      " + core + "bind(instance, " + n + ", ports.p" + n + ")";

@@ -6,3 +6,4 @@
 extern "C" const char *corvane_sc_dpi_error(void) { return corvane_sc::runtime::error(); }
 
 extern "C" int corvane_sc_dpi_end(void) { return corvane_sc::runtime::end_simulation(); }
+extern "C" int64_t corvane_sc_dpi_next(void) { return corvane_sc::runtime::next_event_ps(); }

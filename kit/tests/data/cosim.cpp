@@ -90,3 +90,78 @@ SC_MODULE(guard) {
     sensitive << value;
   }
 };
+
+// Counts the falling edges of clk, both its edges and the changes of v.
+SC_MODULE(edges) {
+  sc_in<bool> clk;
+  sc_in<sc_uint<8>> v;
+  sc_out<sc_uint<8>> falls, both, changes;
+  sc_uint<8> fell = 0, edged = 0, changed = 0;
+  void on_fall() { falls.write(++fell); }
+  void on_edge() { both.write(++edged); }
+  void on_change() { changes.write(++changed); }
+  SC_CTOR(edges) {
+    SC_METHOD(on_fall);
+    sensitive << clk.neg();
+    dont_initialize();
+    SC_METHOD(on_edge);
+    sensitive << clk.pos() << clk.neg();
+    dont_initialize();
+    SC_METHOD(on_change);
+    sensitive << v;
+    dont_initialize();
+  }
+};
+
+// Nothing waits on a: a thread reads it at 200 ns.  b wakes a method only
+// through its dynamic next_trigger; c's rising edges are asked for from
+// 50 ns on.
+SC_MODULE(late) {
+  sc_in<sc_uint<8>> a;
+  sc_in<bool> b, c;
+  sc_out<sc_uint<8>> seen, follows, rises;
+  sc_uint<8> followed = 0, rose = 0;
+  void sample() {
+    wait(200, SC_NS);
+    seen.write(a.read());
+  }
+  void follow() {
+    follows.write(++followed);
+    next_trigger(b.value_changed_event());
+  }
+  void count_rises() {
+    wait(50, SC_NS);
+    for (;;) {
+      wait(c.posedge_event());
+      rises.write(++rose);
+    }
+  }
+  SC_CTOR(late) {
+    SC_THREAD(sample);
+    SC_METHOD(follow);
+    SC_THREAD(count_rises);
+  }
+};
+
+// Combinational, for chains: out is in + 1.
+SC_MODULE(inc) {
+  sc_in<sc_uint<8>> in;
+  sc_out<sc_uint<8>> out;
+  void eval() { out.write(in.read() + 1); }
+  SC_CTOR(inc) {
+    SC_METHOD(eval);
+    sensitive << in;
+  }
+};
+
+// Timed far ahead: level rises at 5 ms and falls at 10 s.
+SC_MODULE(slow) {
+  sc_out<bool> level;
+  void run() {
+    wait(5, SC_MS);
+    level.write(true);
+    wait(sc_time(10, SC_SEC) - sc_time(5, SC_MS));
+    level.write(false);
+  }
+  SC_CTOR(slow) { SC_THREAD(run); }
+};
