@@ -97,6 +97,10 @@ int end_state();
 /// again.  A flag, since every evaluation asks.
 extern bool ended;
 
+/// Brings the kernel to the latest time that an evaluation reported (it
+/// may stand behind when nothing was due), running what is due by then.
+bool catch_up_to_latest();
+
 /// The testbench's end: runs the model's end_of_simulation callbacks
 /// unless the kernel never started, the run has ended already (the
 /// model's sc_stop(), a crash) or they ran; once however often it is

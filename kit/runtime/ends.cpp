@@ -29,6 +29,9 @@ int end_simulation() {
   if (!sc_core::sc_start_of_simulation_invoked() || sc_core::sc_end_of_simulation_invoked())
     return 0;
   try {
+    // The callbacks see the time at which the testbench ended.
+    if (!catch_up_to_latest())
+      return -1;
     sc_core::sc_get_curr_simcontext()->end();
     return 0;
   } catch (...) {

@@ -6,6 +6,7 @@
 
 #include <systemc>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -97,6 +98,8 @@ struct Keeper {
   bool started = false;
   /// The time of its next pending event in picoseconds, -1 for none.
   int64_t next_ps = -1;
+  /// The latest simulation time that an evaluation reported.
+  int64_t latest_ps = 0;
   /// Input changes that some process waits on, not yet seen.
   std::vector<DeferredInput *> deferred;
 };
@@ -152,6 +155,7 @@ bool running() { return keeper().started; }
 
 bool catch_up(int64_t now_ps) {
   Keeper &k = keeper();
+  k.latest_ps = std::max(k.latest_ps, now_ps);
   if (!k.started) {
     // Ends elaboration (every instance exists by now) and runs the
     // kernel's start with the inputs written so far.
@@ -181,6 +185,14 @@ bool deliver(int64_t now_ps) {
 }
 
 int64_t next_event_ps() { return keeper().next_ps; }
+
+bool catch_up_to_latest() {
+  Keeper &k = keeper();
+  if (!k.started)
+    return true;
+  move_to(k.latest_ps);
+  return settle();
+}
 
 bool stopped() { return sc_core::sc_end_of_simulation_invoked() || sc_core::sc_get_status() == sc_core::SC_STOPPED; }
 

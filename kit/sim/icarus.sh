@@ -17,7 +17,7 @@ sim_traces() {
   dir=$(mktemp -d) || return 1
   printf 'module t; initial begin $dumpfile("%s/t.fst"); $dumpvars; end endmodule\n' "$dir" >"$dir/t.v"
   "${IVERILOG:-iverilog}" -o "$dir/t.vvp" "$dir/t.v" >/dev/null 2>&1 &&
-    exec "${VVP:-vvp}" -n "$dir/t.vvp" -fst >/dev/null 2>&1 && [[ -s $dir/t.fst ]]
+    "${VVP:-vvp}" -n "$dir/t.vvp" -fst >/dev/null 2>&1 && [[ -s $dir/t.fst ]]
   status=$?
   rm -rf "$dir"
   ((status == 0)) && echo vcd fst || echo vcd

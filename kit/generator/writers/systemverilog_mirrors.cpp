@@ -38,7 +38,7 @@ std::string export_argument(const PortShape &shape) {
 } // namespace
 
 std::string render_mirrors_preamble() {
-  return "// Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,\n"
+  return "\n// Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,\n"
          "// each wrapper holds under it the model's own hierarchy for the\n"
          "// waveform: sub-modules as scopes, signals and the sub-modules' ports as\n"
          "// variables that the library sets when the model changes them, from\n"

@@ -30,17 +30,6 @@
 // verilator lint_off COMBDLY
 // verilator lint_off SYNCASYNCNET
 // verilator lint_off BLKSEQ
-// Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,
-// each wrapper holds under it the model's own hierarchy for the
-// waveform: sub-modules as scopes, signals and the sub-modules' ports as
-// variables that the library sets when the model changes them, from
-// any instance's evaluation; the wrapper's own workings are kept out
-// of the waveform.
-`ifdef CORVANE_SC_MIRRORS
-`define CORVANE_SC_CONTEXT context
-`else
-`define CORVANE_SC_CONTEXT
-`endif
 
 package corvane_sc_keeper;
   // What every instance shares: the one kernel's next event and its wake-up.
@@ -115,6 +104,18 @@ package corvane_sc_keeper;
   endtask
 `endif
 endpackage
+
+// Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,
+// each wrapper holds under it the model's own hierarchy for the
+// waveform: sub-modules as scopes, signals and the sub-modules' ports as
+// variables that the library sets when the model changes them, from
+// any instance's evaluation; the wrapper's own workings are kept out
+// of the waveform.
+`ifdef CORVANE_SC_MIRRORS
+`define CORVANE_SC_CONTEXT context
+`else
+`define CORVANE_SC_CONTEXT
+`endif
 
 module counter (
   input bit clk,
