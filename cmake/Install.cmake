@@ -102,9 +102,11 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # quillc's commands run gcc on C++ sources against the system's SystemC;
 # the wrapper generator reads port names from the sources through libclang,
 # which needs its own built-in headers to parse them;
-# the support library's users compile against fmt and link libcrypto.
+# the support library's users compile against fmt and link libcrypto;
+# quillc-sim runs the models in any of the three free simulators.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "g++, libsystemc-dev, libclang1-14, libclang-common-14-dev")
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libfmt-dev, libssl-dev, bash-completion")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
+  "verilator, iverilog, ghdl, libfmt-dev, libssl-dev, bash-completion")
 set(QUILLC_INSTALLED_ENV ${CPACK_PACKAGING_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/quillc-env)
 set(QUILLC_INSTALLED_KIT ${CPACK_PACKAGING_INSTALL_PREFIX}/${QUILLC_KIT_INSTALL_DIR})
 foreach(script postinst prerm)

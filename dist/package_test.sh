@@ -18,6 +18,7 @@ depends=$(dpkg-deb -f "$deb" Depends)
 for needed in g++ libsystemc-dev libc6 libstdc++6; do
   [[ ", $depends," == *", $needed"[\ ,]* ]] || fail "Depends [$depends] lacks $needed"
 done
+[[ $(dpkg-deb -f "$deb" Recommends) == "verilator, iverilog, ghdl, "* ]] || fail "Recommends lacks the simulators"
 
 # The maintainer scripts, and what the run below does not use; the rest is
 # used from the unpacked root.
