@@ -17,15 +17,11 @@
 #
 #   bench/cosim_counter.sh [build-dir] [cycles] [runs]   (defaults: build, 1000000, 3)
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$(cd "${1:-$root/build}" && pwd)
-cycles=${2:-1000000}
-runs=${3:-3}
-eval "$("$build/quillc-env")"
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-mkdir -p "$scratch/a" "$scratch/b" "$scratch/c" "$scratch/d"
+# shellcheck source=bench/cosim_lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/cosim_lib.sh"
+cosim_bench cosim_counter 1000000 "$@"
+cycles=$count
+mkdir -p "$scratch/a" "$scratch/b" "$scratch/c"
 cp "$root/examples/counter/counter.cpp" "$scratch/a/"
 cp "$root/examples/counter/counter.cpp" "$scratch/b/"
 
@@ -48,7 +44,7 @@ EOF
 }
 testbench >"$scratch/a/bench.sv"
 testbench >"$scratch/c/bench.sv"
-testbench >"$scratch/d/bench.sv"
+testbench | sed 's/module bench;/module traced;/' >"$scratch/a/traced.sv"
 cat >"$scratch/c/counter.sv" <<'EOF'
 `timescale 1ns/1ps
 module counter(input bit clk, input bit reset, input bit enable, output bit [7:0] count);
@@ -78,35 +74,18 @@ EOF
 echo "== building (not timed)"
 (cd "$scratch/a" && "$build/quillc" -module counter counter.cpp >quillc.out 2>&1 &&
   "$QUILLC_PATH/bin/quillc-sim" bench.sv >/dev/null)
-(cd "$scratch/d" && cp ../a/wrapper.sv ../a/libcorvanesc.so . &&
-  "$QUILLC_PATH/bin/quillc-sim" --trace=vcd bench.sv >/dev/null)
+(cd "$scratch/a" && "$QUILLC_PATH/bin/quillc-sim" --trace=vcd traced.sv >/dev/null)
 (cd "$scratch/b" && g++ -std=c++2a -O2 -I"$SYSTEMC_PATH/include" -I"$QUILLC_PATH/include" main.cpp -o counter_sc \
   "$SYSTEMC_PATH/lib64/libsystemc.a" -pthread)
 (cd "$scratch/c" && verilator --binary --timing -Wno-fatal --Mdir obj -o bench bench.sv counter.sv \
   >verilator.log 2>&1)
 
-# Least processor time (user and system) of $runs runs of a command, in
-# seconds: the machine may be shared, and the wall time would count the
-# others' work.  Checks the count that the run prints.
-best() {
-  local dir=$1 expected="count $((cycles % 256))" fastest="" out seconds
-  shift
-  for ((i = 0; i < runs; i++)); do
-    out=$(cd "$dir" && TIMEFORMAT='%U %S' && { time "$@" >"$scratch/run.out" 2>"$scratch/run.err"; } 2>&1 | awk '{ print $1 + $2 }')
-    seconds=$out
-    out=$(grep '^count' "$scratch/run.out")
-    [[ $out == "$expected" ]] || { echo "cosim_counter: $dir printed '$out', not '$expected'" >&2; exit 1; }
-    fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
-  done
-  echo "$fastest"
-}
-
 # (a) is the program that quillc-sim built and runs, without the script's
 # own check that nothing changed.
-a=$(best "$scratch/a" sim_build/bench/obj/bench)
-b=$(best "$scratch/b" ./counter_sc)
-c=$(best "$scratch/c" ./obj/bench)
-d=$(best "$scratch/d" sim_build/bench/obj/bench)
+a=$(best "$scratch/a" "count $((cycles % 256))" sim_build/bench/obj/bench)
+b=$(best "$scratch/b" "count $((cycles % 256))" ./counter_sc)
+c=$(best "$scratch/c" "count $((cycles % 256))" ./obj/bench)
+d=$(best "$scratch/a" "count $((cycles % 256))" sim_build/traced/obj/traced)
 awk -v a="$a" -v b="$b" -v c="$c" -v d="$d" -v n="$cycles" 'BEGIN {
   printf "counter, %d clock cycles (processor time, least of the runs):\n", n
   printf "  (a) SystemC model in Verilator through quillc-sim  %7.3f s\n", a

@@ -12,16 +12,12 @@
 #   bench/cosim_counters.sh [build-dir] [cycles] [runs] [counts] [built]
 #   (defaults: build, 100000, 3, "1 8 64 512", 1024; built 0 skips the build)
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$(cd "${1:-$root/build}" && pwd)
-cycles=${2:-100000}
-runs=${3:-3}
+# shellcheck source=bench/cosim_lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/cosim_lib.sh"
+cosim_bench cosim_counters 100000 "$@"
+cycles=$count
 counts=${4:-1 8 64 512}
 built=${5:-1024}
-eval "$("$build/quillc-env")"
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 mkdir -p "$scratch/a" "$scratch/b" "$scratch/c"
 cp "$root/examples/counter/counter.cpp" "$scratch/a/"
 cp "$root/examples/counter/counter.cpp" "$scratch/b/"
@@ -80,19 +76,6 @@ int sc_main(int, char *[]) {
 EOF
 }
 
-# Least processor time (user and system) of $runs runs of a command, in
-# seconds; checks the count that the run prints.
-best() {
-  local dir=$1 expected="count $((cycles % 256))" fastest="" out seconds
-  shift
-  for ((i = 0; i < runs; i++)); do
-    seconds=$(cd "$dir" && TIMEFORMAT='%U %S' && { time "$@" >"$scratch/run.out" 2>"$scratch/run.err"; } 2>&1 | awk '{ print $1 + $2 }')
-    out=$(grep '^count' "$scratch/run.out")
-    [[ $out == "$expected" ]] || { echo "cosim_counters: $dir printed '$out', not '$expected'" >&2; exit 1; }
-    fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
-  done
-  echo "$fastest"
-}
 
 (cd "$scratch/a" && "$build/quillc" -module counter counter.cpp >quillc.out 2>&1)
 echo "N counters on one clock, $cycles clock cycles (processor time, least of $runs runs; builds not timed):"
@@ -106,9 +89,9 @@ for n in $counts; do
     -o "counter_sc_$n" "$SYSTEMC_PATH/lib64/libsystemc.a" -pthread)
   (cd "$scratch/c" && verilator --binary --timing --timescale 1ps/1ps -Wno-fatal --Mdir "obj_$n" -o "bench_$n" \
     "bench_$n.sv" counter.sv >verilator.log 2>&1)
-  a=$(best "$scratch/a" "sim_build/bench_$n/obj/bench_$n")
-  b=$(best "$scratch/b" "./counter_sc_$n")
-  c=$(best "$scratch/c" "./obj_$n/bench_$n")
+  a=$(best "$scratch/a" "count $((cycles % 256))" "sim_build/bench_$n/obj/bench_$n")
+  b=$(best "$scratch/b" "count $((cycles % 256))" "./counter_sc_$n")
+  c=$(best "$scratch/c" "count $((cycles % 256))" "./obj_$n/bench_$n")
   awk -v n="$n" -v a="$a" -v b="$b" -v c="$c" -v k="$cycles" \
     'BEGIN { printf "  %5d %9.3f %9.3f %9.3f %8.2f %12.1f\n", n, a, b, c, a / (b + c), a / n / k * 1e9 }'
 done

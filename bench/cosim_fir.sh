@@ -10,14 +10,10 @@
 #
 #   bench/cosim_fir.sh [build-dir] [samples] [runs]   (defaults: build, 1000000, 3)
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$(cd "${1:-$root/build}" && pwd)
-samples=${2:-1000000}
-runs=${3:-3}
-eval "$("$build/quillc-env")"
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
+# shellcheck source=bench/cosim_lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/cosim_lib.sh"
+cosim_bench cosim_fir 1000000 "$@"
+samples=$count
 mkdir -p "$scratch/a" "$scratch/b"
 cat >"$scratch/a/fir.cpp" <<'EOF'
 #include "systemc.h"
@@ -108,24 +104,14 @@ EOF
 
 # Least processor time of $runs runs; both must print the same output.
 expected=""
-best() {
-  local dir=$1 fastest="" out seconds
-  shift
-  for ((i = 0; i < runs; i++)); do
-    seconds=$(cd "$dir" && TIMEFORMAT='%U %S' && { time "$@" >"$scratch/run.out" 2>"$scratch/run.err"; } 2>&1 | awk '{ print $1 + $2 }')
-    out=$(grep '^y ' "$scratch/run.out")
-    echo "$out" >"$scratch/$(basename "$dir").y"
-    fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
-  done
-  echo "$fastest"
-}
-a=$(best "$scratch/a" sim_build/bench/obj/bench)
-b=$(best "$scratch/b" ./fir_sc)
-if ! cmp -s "$scratch/a.y" "$scratch/b.y"; then
-  echo "cosim_fir: the two filters disagree: $(cat "$scratch/a.y") / $(cat "$scratch/b.y")" >&2
+best_pattern='^y .*'
+a=$(best "$scratch/a" "" sim_build/bench/obj/bench)
+b=$(best "$scratch/b" "" ./fir_sc)
+if ! cmp -s "$scratch/a.out" "$scratch/b.out"; then
+  echo "cosim_fir: the two filters disagree: $(cat "$scratch/a.out") / $(cat "$scratch/b.out")" >&2
   exit 1
 fi
-awk -v a="$a" -v b="$b" -v n="$samples" -v y="$(cat "$scratch/a.y")" 'BEGIN {
+awk -v a="$a" -v b="$b" -v n="$samples" -v y="$(cat "$scratch/a.out")" 'BEGIN {
   printf "FIR filter of 256 taps, %d samples (processor time, least of the runs; %s):\n", n, y
   printf "  (a) SystemC model in Verilator through quillc-sim  %7.3f s\n", a
   printf "  (b) SystemC model, pure SystemC testbench         %7.3f s\n", b

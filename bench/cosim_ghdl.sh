@@ -12,14 +12,10 @@
 #
 #   bench/cosim_ghdl.sh [build-dir] [cycles] [runs]   (defaults: build, 1000000, 3)
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$(cd "${1:-$root/build}" && pwd)
-cycles=${2:-1000000}
-runs=${3:-3}
-eval "$("$build/quillc-env")"
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
+# shellcheck source=bench/cosim_lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/cosim_lib.sh"
+cosim_bench cosim_ghdl 1000000 "$@"
+cycles=$count
 mkdir -p "$scratch/a" "$scratch/b" "$scratch/c"
 cp "$root/examples/counter/counter.cpp" "$scratch/a/"
 
@@ -96,20 +92,6 @@ for dir in b c; do
   (cd "$scratch/$dir" && ghdl -a --std=08 counter.vhd bench.vhd && ghdl -e --std=08 bench)
 done
 
-# Least processor time (user and system) of $runs runs of a command, in
-# seconds: the machine may be shared, and the wall time would count the
-# others' work.  Checks the count that the run reports.
-best() {
-  local dir=$1 expected=$2 fastest="" out seconds
-  shift 2
-  for ((i = 0; i < runs; i++)); do
-    seconds=$(cd "$dir" && TIMEFORMAT='%U %S' && { time "$@" >"$scratch/run.out" 2>"$scratch/run.err"; } 2>&1 | awk '{ print $1 + $2 }')
-    out=$(grep -o 'count [0-9]*' "$scratch/run.out" || true)
-    [[ $out == "$expected" ]] || { echo "cosim_ghdl: $dir printed '$out', not '$expected'" >&2; exit 1; }
-    fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
-  done
-  echo "$fastest"
-}
 
 # (a) is the run that quillc-sim makes, without the script's own check
 # that nothing changed.

@@ -10,14 +10,10 @@
 #
 #   bench/cosim_icarus.sh [build-dir] [cycles] [runs]   (defaults: build, 1000000, 3)
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$(cd "${1:-$root/build}" && pwd)
-cycles=${2:-1000000}
-runs=${3:-3}
-eval "$("$build/quillc-env")"
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
+# shellcheck source=bench/cosim_lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/cosim_lib.sh"
+cosim_bench cosim_icarus 1000000 "$@"
+cycles=$count
 mkdir -p "$scratch/a" "$scratch/c"
 cp "$root/examples/counter/counter.cpp" "$scratch/a/"
 
@@ -53,24 +49,11 @@ echo "== building (not timed)"
   "$QUILLC_PATH/bin/quillc-sim" --simulator=icarus bench.v >/dev/null)
 (cd "$scratch/c" && iverilog -o bench.vvp bench.v counter.v)
 
-# Least processor time (user and system) of $runs runs of a command, in
-# seconds; checks the count that the run prints.
-best() {
-  local dir=$1 expected="count $((cycles % 256))" fastest="" out seconds
-  shift
-  for ((i = 0; i < runs; i++)); do
-    seconds=$(cd "$dir" && TIMEFORMAT='%U %S' && { time "$@" >"$scratch/run.out" 2>"$scratch/run.err"; } 2>&1 | awk '{ print $1 + $2 }')
-    out=$(grep '^count' "$scratch/run.out")
-    [[ $out == "$expected" ]] || { echo "cosim_icarus: $dir printed '$out', not '$expected'" >&2; exit 1; }
-    fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
-  done
-  echo "$fastest"
-}
 
 # (a) is the simulation that quillc-sim runs, without the script's own
 # check that nothing changed.
-a=$(best "$scratch/a" vvp -n -m "$scratch/a/libcorvanesc.so" sim_build/bench/bench.vvp)
-c=$(best "$scratch/c" vvp -n bench.vvp)
+a=$(best "$scratch/a" "count $((cycles % 256))" vvp -n -m "$scratch/a/libcorvanesc.so" sim_build/bench/bench.vvp)
+c=$(best "$scratch/c" "count $((cycles % 256))" vvp -n bench.vvp)
 awk -v a="$a" -v c="$c" -v n="$cycles" 'BEGIN {
   printf "counter in Icarus Verilog, %d clock cycles (processor time, least of the runs):\n", n
   printf "  (a) SystemC model through quillc-sim  %7.3f s\n", a
