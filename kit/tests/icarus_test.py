@@ -61,13 +61,7 @@ class Icarus(kit_test.QuillcRun):
         # The pulse's output at each of its changes, as the waveform holds it.
         vcd = pathlib.Path(self.work, "sim_build/icarus_tb/trace.vcd").read_text()
         code = re.search(r"\$scope module p \$end\n(?:\$var .*\n)*?\$var reg 8 (\S+) ticks ", vcd).group(1)
-        changes, now = [], 0
-        for line in vcd.split("\n"):
-            if line.startswith("#"):
-                now = int(line[1:])
-            elif line.startswith("b") and line.endswith(" " + code):
-                changes.append((now, int(line[1:].split()[0], 2)))
-        self.assertEqual(changes, [(0, 0), (1500, 1), (3000, 2), (4500, 3), (6000, 4)])
+        self.assertEqual(kit_test.vector_changes(vcd, code), [(0, 0), (1500, 1), (3000, 2), (4500, 3), (6000, 4)])
 
     def test_ends_and_the_systemverilog_testbench(self):
         status, out = self.simulate("--top=icarus_error", "icarus_tb.v")

@@ -54,6 +54,18 @@ def sanitizer_options(work):
             "UBSAN_OPTIONS": f"print_stacktrace=1:halt_on_error=1:suppressions={path}"}
 
 
+def vector_changes(vcd, code):
+    """The (time, value) changes of the vector with identifier `code` in the
+    text of a VCD file."""
+    changes, now = [], 0
+    for line in vcd.split("\n"):
+        if line.startswith("#"):
+            now = int(line[1:])
+        elif line.endswith(" " + code) and line.startswith("b"):
+            changes.append((now, int(line[1:].split()[0], 2)))
+    return changes
+
+
 class QuillcRun(unittest.TestCase):
     """quillc run once per class on `sources` (copied from the project root)
     with `arguments`."""
@@ -223,12 +235,7 @@ class Cosim(QuillcRun):
         vcd = pathlib.Path(self.work, "sim_build/cosim_tb_ps/trace.vcd").read_text()
         code = re.search(r"\$scope module tk \$end\s+(?:\$var [^$]*\$end\s+)*?\$var wire\s+8 (\S+) count ",
                          vcd).group(1)
-        changes, now = [], 0
-        for line in vcd.split("\n"):
-            if line.startswith("#"):
-                now = int(line[1:])
-            elif line.endswith(" " + code) and line.startswith("b"):
-                changes.append((now, int(line[1:].split()[0], 2)))
+        changes = vector_changes(vcd, code)
         self.assertEqual(changes, [(0, 0), (10000, 1), (20000, 2), (28002, 3), (38002, 4)])
 
     def test_keeper_testbench_to_10_seconds(self):
@@ -456,12 +463,7 @@ class Ghdl(QuillcRun):
         # The pulse's output at its first changes, as the waveform holds it.
         vcd = pathlib.Path(self.work, "sim_build/cosim_tb/trace.vcd").read_text()
         code = re.search(r"\$scope module ticks \$end\s+\$var reg 8 (\S+) count", vcd).group(1)
-        changes, now = [], 0
-        for line in vcd.split("\n"):
-            if line.startswith("#"):
-                now = int(line[1:])
-            elif line.endswith(" " + code) and line.startswith("b"):
-                changes.append((now, int(line[1:].split()[0], 2)))
+        changes = vector_changes(vcd, code)
         self.assertEqual(changes[:4], [(0, 0), (1500000, 1), (3000000, 2), (4500000, 3)])
 
     def test_stop_and_error_end_the_run(self):
