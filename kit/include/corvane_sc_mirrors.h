@@ -18,6 +18,7 @@
 /// host has neither loads all the same.
 
 #include "corvane_sc_dpi.h"
+#include "corvane_sc_vpi.h"
 
 #include <systemc>
 
@@ -37,7 +38,8 @@ public:
   virtual bool bind(const std::string &instance) = 0;
   /// Sets the variable when the object holds another value than shown.
   virtual void show() = 0;
-  /// The name of the function that sets the variable, and the function.
+  /// The name of the function that sets the variable, and the function
+  /// (under VPI: the variable's name below the instance, and its record).
   const char *exported = nullptr;
   void *function = nullptr;
 };
@@ -82,6 +84,43 @@ std::unique_ptr<Mirror> mirror(const char *path, const char *exported, typename 
 /// DPI-C scope of the caller.  0, or -1 with the error recorded.
 int attach(const char *path, std::vector<std::unique_ptr<Mirror>> mirrors);
 
+/// Attaches mirrors whose targets the simulator's interface has found
+/// already (each one's function): the core that every interface shares,
+/// which shows what changed after every evaluation.  \p setScope, when
+/// not null, is called with \p scope around the instance's mirrors and
+/// with what it returned after them.
+void attach_resolved(const char *path, void *scope, void *(*setScope)(void *),
+                     std::vector<std::unique_ptr<Mirror>> mirrors);
+
+/// The mirrors of one module under VPI: made afresh for each instance, in
+/// the order of \p ports, which say how each variable takes its value.
+struct VpiModule {
+  const char *name;
+  std::vector<std::unique_ptr<Mirror>> (*make)();
+  const vpi::Port *ports;
+};
+
+struct VpiModules {
+  const VpiModule *modules;
+  size_t count;
+};
+
+/// Defined by startup.cpp from the generated sc_module/mirror_glue.cpp.
+extern const VpiModules kVpiModules;
+
+/// Attaches the mirrors of the instance of \p module at the VPI scope
+/// named \p path to its \p count variables (vpiHandle), in the glue's
+/// order (wrapper.v).  0, or -1 with the error recorded.
+int attach_vpi(const char *module, const char *path, void *const *variables, size_t count);
+
 } // namespace corvane_sc::mirrors
+
+namespace corvane_sc::vpi {
+
+/// Puts \p value, in the form of the record \p mirror's variable, into
+/// the variable (kit/runtime/interfaces/vpi.cpp).
+void show_mirror(void *mirror, const Argument &value);
+
+} // namespace corvane_sc::vpi
 
 #endif

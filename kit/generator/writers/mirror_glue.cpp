@@ -36,6 +36,44 @@ std::string show_call(const PortShape &shape) {
   return "";
 }
 
+/// The body of the lambda that hands a value v of \p shape to the VPI
+/// side's record f of its variable (corvane_sc::vpi::show_mirror), in the
+/// form of the evaluation's outputs.
+std::string vpi_show_call(const PortShape &shape) {
+  const Crossing c = crossing(shape);
+  const std::string words = std::to_string((c.width + 31) / 32);
+  std::string fill;
+  switch (c.form) {
+  case Crossing::Bit: fill = "a.bit = v;"; break;
+  case Crossing::Logic: fill = "a.logic = static_cast<svLogic>(v.value());"; break;
+  case Crossing::Word: fill = "a.word = corvane_sc::runtime::to_u64(v);"; break;
+  case Crossing::Bits:
+    fill = "static svBitVecVal words[" + words + "]; " +
+           (is_bit_vector(shape) ? std::string("corvane_sc::dpi::to_words(v, words); ")
+                                 : "sc_dt::sc_bv<" + std::to_string(c.width) +
+                                       "> bits; bits = v; corvane_sc::dpi::to_words(bits, words); ") +
+           "a.bits = words;";
+    break;
+  case Crossing::LogicBits:
+    fill = "static svLogicVecVal words[" + words + "]; corvane_sc::dpi::to_logic(v, words); a.logic_bits = words;";
+    break;
+  case Crossing::Real: fill = "a.real = v;"; break;
+  }
+  return "corvane_sc::vpi::Argument a; " + fill + " corvane_sc::vpi::show_mirror(f, a);";
+}
+
+const char *form_name(Crossing::Form form) {
+  switch (form) {
+  case Crossing::Bit: return "Bit";
+  case Crossing::Logic: return "Logic";
+  case Crossing::Word: return "Word";
+  case Crossing::Bits: return "Bits";
+  case Crossing::LogicBits: return "LogicBits";
+  case Crossing::Real: return "Real";
+  }
+  return "";
+}
+
 } // namespace
 
 std::string render_mirror_glue(const std::vector<WrapperModule> &modules) {
@@ -56,7 +94,41 @@ std::string render_mirror_glue(const std::vector<WrapperModule> &modules) {
     }
     text += "  return corvane_sc::mirrors::attach(path, std::move(all));\n}\n";
   }
-  return text;
+  // The VPI side (wrapper.v): the same objects, each set through the
+  // record of its variable, which the library finds by its name.
+  std::string table;
+  for (size_t m = 0; m < modules.size(); ++m) {
+    const WrapperModule &module = modules[m];
+    if (module.hierarchy.objects.empty())
+      continue;
+    const std::string n = std::to_string(m);
+    std::string ports;
+    text += "\nstatic std::vector<std::unique_ptr<corvane_sc::mirrors::Mirror>> vpi_mirrors" + n +
+            "() {\n  std::vector<std::unique_ptr<corvane_sc::mirrors::Mirror>> all;\n";
+    for (const MirroredObject &object : module.hierarchy.objects) {
+      const std::string &type = object.shape.cxxType;
+      std::string name;
+      for (const std::string &scope : object.scope)
+        name += scope + ".";
+      name += object.name;
+      text += "  all.push_back(corvane_sc::mirrors::mirror<" + type + ">(\"" + object.path + "\", \"" + name +
+              "\", [](void *f, const " + type + " &v) { " + vpi_show_call(object.shape) + " }));\n";
+      const Crossing c = crossing(object.shape);
+      ports += std::string("    {corvane_sc::vpi::Form::") + form_name(c.form) + ", true, " +
+               std::to_string(c.width) + "},\n";
+    }
+    text += "  return all;\n}\n\nstatic const corvane_sc::vpi::Port kVpiMirrorPorts" + n + "[] = {\n" + ports +
+            "};\n";
+    table += "    {\"" + module.name + "\", &vpi_mirrors" + n + ", kVpiMirrorPorts" + n + "},\n";
+  }
+  if (table.empty())
+    return text + "\nconst corvane_sc::mirrors::VpiModules corvane_sc::mirrors::kVpiModules = {nullptr, 0};\n";
+  size_t count = 0;
+  for (const char ch : table)
+    count += ch == '\n';
+  return text + "\nstatic const corvane_sc::mirrors::VpiModule kVpiMirrorModules[] = {\n" + table +
+         "};\n\nconst corvane_sc::mirrors::VpiModules corvane_sc::mirrors::kVpiModules = {kVpiMirrorModules, " +
+         std::to_string(count) + "};\n";
 }
 
 } // namespace corvane_sc

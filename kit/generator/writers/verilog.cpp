@@ -43,6 +43,40 @@ std::string port_declaration(const PortShape &shape) {
   return std::string(direction_name(shape.direction)) + " " + declaration(shape, kind);
 }
 
+/// The mirrors of \p module's insides (hierarchy.h) for a simulation built
+/// with CORVANE_SC_MIRRORS defined (quillc-sim --trace): the model's
+/// sub-modules as named generate blocks, each object a register in its
+/// block, which the library sets as the model changes it.  Only the
+/// library's call of the VPI task reads them.
+std::string verilog_mirrors(const WrapperModule &module) {
+  const ModuleHierarchy &h = module.hierarchy;
+  if (h.objects.empty())
+    return "";
+  std::string text = "`ifdef CORVANE_SC_MIRRORS\n  // The model's own objects, as it changes them, for the waveform.\n";
+  std::vector<std::string> open;
+  std::string arguments;
+  for (const MirroredObject &object : h.objects) {
+    size_t common = 0;
+    while (common < open.size() && common < object.scope.size() && open[common] == object.scope[common])
+      ++common;
+    for (; open.size() > common; open.pop_back())
+      text += std::string(2 * open.size(), ' ') + (open.size() == 1 ? "end endgenerate\n" : "end\n");
+    for (; open.size() < object.scope.size(); open.push_back(object.scope[open.size()]))
+      text += std::string(2 * open.size() + 2, ' ') + (open.empty() ? "generate if (1) begin : " : "if (1) begin : ") +
+              object.scope[open.size()] + "\n";
+    text += std::string(2 * open.size() + 2, ' ') + declaration(object.shape, "reg") + " " + object.name + ";\n";
+    arguments += ",\n      ";
+    for (const std::string &scope : object.scope)
+      arguments += scope + ".";
+    arguments += object.name;
+  }
+  for (; !open.empty(); open.pop_back())
+    text += std::string(2 * open.size(), ' ') + (open.size() == 1 ? "end endgenerate\n" : "end\n");
+  // The registers are the task's arguments, in the glue's order, so that
+  // iverilog keeps them although nothing in the design reads them.
+  return text + "  initial\n    $corvane_sc_mirror(\"" + module.name + "\"" + arguments + ");\n`endif\n\n";
+}
+
 std::string verilog_body(const WrapperModule &module) {
   // The task's arguments are the glue's: per port, its net when it is an
   // input, its register when it is an output.
@@ -74,7 +108,8 @@ std::string verilog_body(const WrapperModule &module) {
     }
   }
   const std::string call = "$corvane_sc_eval(\"" + module.name + "\"" + arguments + ");\n";
-  std::string text = registers + (registers.empty() ? "" : "\n") + drives + (drives.empty() ? "" : "\n");
+  std::string text =
+      registers + (registers.empty() ? "" : "\n") + drives + (drives.empty() ? "" : "\n") + verilog_mirrors(module);
   if (inputs.empty())
     return text + "  initial\n    #0 " + call;
   return text + "  initial begin\n    #0;\n    forever begin\n      " + call + "      @(" + inputs.substr(2) +
