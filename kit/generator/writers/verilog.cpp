@@ -19,7 +19,7 @@ constexpr char kHeader[] =
     "// module (vvp -m ./libcorvanesc.so); how values, time, X and Z and errors\n"
     "// cross is told in corvane_sc_vpi.h.\n"
     "//\n"
-    "// The model writes each output into sc$<port>, which reaches the port\n"
+    "// The model writes each output into sc$<port>[0], which reaches the port\n"
     "// through a nonblocking assignment, as from a register.  The evaluations\n"
     "// start after a zero delay at time 0, when every process has begun.\n"
     "`resetall\n"
@@ -91,19 +91,21 @@ std::string verilog_body(const WrapperModule &module) {
     }
     if (!is_output(shape))
       continue;
-    const std::string model = "sc$" + port.name;
+    // The model's registers are one-word arrays, which the waveform leaves
+    // out as it does every array: it shows the ports only.
+    const std::string name = "sc$" + port.name, model = name + "[0]";
     arguments += ", " + model;
     if (shape.direction == PortDirection::InOut) {
       // The model drives its inout's net all the time (corvane_sc_dpi.h).
-      registers += "  " + declaration(shape, "reg") + " " + model + ";\n";
+      registers += "  " + declaration(shape, "reg") + " " + name + " [0:0];\n";
       drives += "  assign " + port.name + " = " + model + ";\n";
     } else if (shape.kind == ValueKind::Real) {
       // A real output is a net: a register of its own drives it.
-      registers += "  real " + model + ", " + model + "$q;\n";
-      drives += "  assign " + port.name + " = " + model + "$q;\n  always @(" + model + ")\n    " + model +
-                "$q <= " + model + ";\n";
+      registers += "  real " + name + " [0:0], " + name + "$q [0:0];\n";
+      drives += "  assign " + port.name + " = " + name + "$q[0];\n  always @(" + model + ")\n    " + name +
+                "$q[0] <= " + model + ";\n";
     } else {
-      registers += "  " + declaration(shape, "reg") + " " + model + ";\n";
+      registers += "  " + declaration(shape, "reg") + " " + name + " [0:0];\n";
       drives += "  always @(" + model + ")\n    " + port.name + " <= " + model + ";\n";
     }
   }

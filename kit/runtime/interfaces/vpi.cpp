@@ -265,15 +265,17 @@ std::vector<std::unique_ptr<Instance>> &instances() {
 }
 
 /// Whether \p nets are what the glue of \p module reads and writes: as
-/// many, each vector as wide as its port, each output a register.
+/// many, each vector as wide as its port, each output a register (the
+/// word of a one-word array, in wrapper.v).
 bool matches(const corvane_sc::vpi::Module &module, const std::vector<vpiHandle> &nets) {
   if (nets.size() != module.count)
     return false;
   for (size_t i = 0; i < nets.size(); ++i) {
     const corvane_sc::vpi::Port &port = module.arguments[i];
     const int type = vpi_get(vpiType, nets[i]);
-    if (port.form == Form::Real ? port.output && type != vpiRealVar
-                                : (port.output && type != vpiReg) ||
+    const bool variable = type == vpiMemoryWord || type == (port.form == Form::Real ? vpiRealVar : vpiReg);
+    if (port.form == Form::Real ? port.output && !variable
+                                : (port.output && !variable) ||
                                       vpi_get(vpiSize, nets[i]) != static_cast<PLI_INT32>(port.width))
       return false;
   }
