@@ -18,6 +18,7 @@
 /// host has neither loads all the same.
 
 #include "corvane_sc_dpi.h"
+#include "corvane_sc_vhpidirect.h"
 #include "corvane_sc_vpi.h"
 
 #include <systemc>
@@ -114,6 +115,14 @@ extern const VpiModules kVpiModules;
 int attach_vpi(const char *module, const char *path, void *const *variables, size_t count);
 
 } // namespace corvane_sc::mirrors
+
+namespace corvane_sc::vhpidirect {
+
+/// Attaches the mirrors of the VHDL instance at \p path (":tb:dut:"),
+/// whose functions are the places their values go to.
+void attach_mirrors(const corvane_sc_vhpi_string *path, std::vector<std::unique_ptr<mirrors::Mirror>> mirrors);
+
+} // namespace corvane_sc::vhpidirect
 
 namespace corvane_sc::vpi {
 

@@ -75,6 +75,7 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_error),
     reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_length),
     reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_text),
+    reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_mirroring),
     // With it, vlog_startup_routines, which vvp looks up.
     reinterpret_cast<EntryPoint>(&corvane_sc_vpi_register),
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_end),

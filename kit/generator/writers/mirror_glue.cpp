@@ -62,6 +62,25 @@ std::string vpi_show_call(const PortShape &shape) {
   return "corvane_sc::vpi::Argument a; " + fill + " corvane_sc::vpi::show_mirror(f, a);";
 }
 
+/// The body of the lambda that puts a value v of \p shape into o, the
+/// VHPIDIRECT form of its out-parameter (corvane_sc_vhpidirect.h).
+std::string vhpi_show_call(const PortShape &shape) {
+  const Crossing c = crossing(shape);
+  const std::string vhpi = "corvane_sc::vhpidirect::", width = std::to_string(c.width);
+  switch (c.form) {
+  case Crossing::Bit: return "*o = " + vhpi + "to_bit(v);";
+  case Crossing::Logic: return "*o = " + vhpi + "to_logic(v.value());";
+  case Crossing::Word: return vhpi + "to_word(corvane_sc::runtime::to_u64(v), " + width + ", o);";
+  case Crossing::Bits:
+    if (is_bit_vector(shape))
+      return vhpi + "to_bits(v, o);";
+    return "sc_dt::sc_bv<" + width + "> bits; bits = v; " + vhpi + "to_bits(bits, o);";
+  case Crossing::LogicBits: return vhpi + "to_logic_bits(v, o);";
+  case Crossing::Real: return "*reinterpret_cast<double *>(o) = v;";
+  }
+  return "";
+}
+
 const char *form_name(Crossing::Form form) {
   switch (form) {
   case Crossing::Bit: return "Bit";
@@ -79,7 +98,7 @@ const char *form_name(Crossing::Form form) {
 std::string render_mirror_glue(const std::vector<WrapperModule> &modules) {
   std::string text = "// The mirrors of wrapper.sv, written by the wrapper generator for the\n"
                      "// co-simulation library's start-up source.\n"
-                     "#include \"corvane_sc_mirrors.h\"\n";
+                     "#include \"corvane_sc_mirrors.h\"\n\n#include <cstring>\n";
   for (const WrapperModule &module : modules) {
     if (module.hierarchy.objects.empty())
       continue;
@@ -93,6 +112,36 @@ std::string render_mirror_glue(const std::vector<WrapperModule> &modules) {
               " }));\n";
     }
     text += "  return corvane_sc::mirrors::attach(path, std::move(all));\n}\n";
+  }
+  // The VHPIDIRECT side (wrapper.vhd): per instance a buffer that the
+  // mirrors fill as the model changes them, handed to the wrapper's
+  // process after each of its evaluations.
+  for (const WrapperModule &module : modules) {
+    if (module.hierarchy.objects.empty())
+      continue;
+    std::string parameters, mirrors, copies;
+    size_t words = 0;
+    for (size_t i = 0; i < module.hierarchy.objects.size(); ++i) {
+      const MirroredObject &object = module.hierarchy.objects[i];
+      const Crossing c = crossing(object.shape);
+      const std::string n = std::to_string(i), type = object.shape.cxxType, offset = std::to_string(words);
+      const size_t bytes = c.form == Crossing::Real ? 8 : c.form == Crossing::Bit || c.form == Crossing::Logic ? 1 : c.width;
+      parameters += c.form == Crossing::Real ? ", double *o" + n : ", uint8_t *o" + n;
+      mirrors += "    all.push_back(corvane_sc::mirrors::mirror<" + type + ">(\"" + object.path +
+                 "\", \"\", [](void *f, const " + type + " &v) { auto *o = static_cast<uint8_t *>(f); " +
+                 vhpi_show_call(object.shape) + " }));\n    all.back()->function = b.data() + " + offset + ";\n";
+      copies += "  std::memcpy(o" + n + ", b.data() + " + offset + ", " + std::to_string(bytes) + ");\n";
+      words += (bytes + 7) / 8;
+    }
+    text += "\nextern \"C\" void " + vhpi_function(module, "mirror") +
+            "(const corvane_sc_vhpi_string *path, int32_t handle" + parameters + ") {\n" +
+            "  static auto &buffers = *new std::vector<std::vector<uint64_t>>;\n"
+            "  if (handle < 0)\n    return;\n"
+            "  if (buffers.size() <= static_cast<size_t>(handle))\n    buffers.resize(static_cast<size_t>(handle) + 1);\n"
+            "  std::vector<uint64_t> &b = buffers[static_cast<size_t>(handle)];\n"
+            "  if (b.empty()) {\n    b.resize(" + std::to_string(words) + ");\n" +
+            "    std::vector<std::unique_ptr<corvane_sc::mirrors::Mirror>> all;\n" + mirrors +
+            "    corvane_sc::vhpidirect::attach_mirrors(path, std::move(all));\n  }\n" + copies + "}\n";
   }
   // The VPI side (wrapper.v): the same objects, each set through the
   // record of its variable, which the library finds by its name.
