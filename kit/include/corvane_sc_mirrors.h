@@ -4,18 +4,26 @@
 /// \file
 /// The mirrors of a model's insides in the waveform: for every signal and
 /// buffer of the model and every port of its sub-modules that the wrapper
-/// can carry, a variable of the wrapper that the runtime sets, through a
-/// function that the wrapper exports, at the simulation time at which the
-/// model changed the object.  A simulation whose wrapper is built with
-/// CORVANE_SC_MIRRORS defined (quillc-sim --trace) attaches each instance
-/// once with the generated corvane_sc_dpi_<module>_mirror(path); without
-/// it nothing is attached, and an evaluation pays one test of a flag.
-///
-/// The exported functions are the simulation program's: it must export
-/// its symbols to the library (linked with --export-dynamic), and the
-/// simulator must give DPI-C scopes (svGetScope(), svSetScope()).  Both
-/// are looked up when the first instance attaches, so a library whose
-/// host has neither loads all the same.
+/// can carry, a variable of the wrapper that the runtime sets at the
+/// simulation time at which the model changed the object.  One core knows
+/// what changed (after every evaluation, whichever instance's evaluation
+/// ran the kernel); each simulator interface has its own way to the
+/// variable:
+///   - DPI-C (wrapper.sv, built with CORVANE_SC_MIRRORS defined): a
+///     function per variable that the wrapper exports, attached once per
+///     instance with the generated corvane_sc_dpi_<module>_mirror(path).
+///     The simulation program must export its symbols to the library
+///     (--export-dynamic) and the simulator give DPI-C scopes; both are
+///     looked up when the first instance attaches, so a library whose
+///     host has neither loads all the same.
+///   - VPI (wrapper.v, built with CORVANE_SC_MIRRORS defined): registers
+///     that the wrapper hands to $corvane_sc_mirror, set with
+///     vpi_put_value.
+///   - VHPIDIRECT (wrapper.vhd): a buffer per instance that the wrapper's
+///     process copies after each of its evaluations, only while
+///     CORVANE_SC_MIRRORS is in the environment.
+/// Without any of it nothing is attached, and an evaluation pays one test
+/// of a flag.
 
 #include "corvane_sc_dpi.h"
 #include "corvane_sc_vhpidirect.h"
