@@ -88,6 +88,10 @@ int32_t corvane_sc_vhpi_error_length(void);
 /** Copies the latest failure's message into text, as much as it holds. */
 void corvane_sc_vhpi_error_text(const corvane_sc_vhpi_string *text);
 
+/** Whether the wrapper's mirrors of the models' insides are set: when
+ *  CORVANE_SC_MIRRORS is in the environment (quillc-sim --trace). */
+void corvane_sc_vhpi_mirroring(uint8_t *on);
+
 #ifdef __cplusplus
 }
 

@@ -35,6 +35,9 @@ const corvane_sc::vpi::DesignModules corvane_sc::vpi::kDesignModules = {nullptr,
 #endif
 #if __has_include("sc_module/mirror_glue.cpp")
 #include "sc_module/mirror_glue.cpp"
+#else
+#include "corvane_sc_mirrors.h"
+const corvane_sc::mirrors::VpiModules corvane_sc::mirrors::kVpiModules = {nullptr, 0};
 #endif
 
 // SystemC's library refers to sc_main; a co-simulation library never calls
@@ -72,6 +75,7 @@ using EntryPoint = void (*)();
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_error),
     reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_length),
     reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_error_text),
+    reinterpret_cast<EntryPoint>(&corvane_sc_vhpi_mirroring),
     // With it, vlog_startup_routines, which vvp looks up.
     reinterpret_cast<EntryPoint>(&corvane_sc_vpi_register),
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_end),

@@ -14,7 +14,8 @@ using SetScope = void *(*)(void *);
 
 struct Attached {
   std::string instance; ///< The SystemC name.
-  void *scope;
+  void *scope;       ///< The DPI-C scope, set around the instance's mirrors.
+  SetScope setScope; ///< Null where no scope is needed (VPI).
   std::vector<std::unique_ptr<corvane_sc::mirrors::Mirror>> mirrors;
   bool bound = false;
 };
@@ -23,8 +24,6 @@ std::vector<Attached> &attached() {
   static auto &all = *new std::vector<Attached>;
   return all;
 }
-
-SetScope setScope = nullptr;
 
 } // namespace
 
@@ -47,10 +46,11 @@ void show_mirrors() {
           found.push_back(std::move(mirror));
       instance.mirrors = std::move(found);
     }
-    void *previous = setScope(instance.scope);
+    void *previous = instance.setScope ? instance.setScope(instance.scope) : nullptr;
     for (auto &mirror : instance.mirrors)
       mirror->show();
-    setScope(previous);
+    if (instance.setScope)
+      instance.setScope(previous);
   }
 }
 
@@ -60,7 +60,7 @@ namespace corvane_sc::mirrors {
 
 int attach(const char *path, std::vector<std::unique_ptr<Mirror>> mirrors) {
   const auto getScope = reinterpret_cast<GetScope>(::dlsym(RTLD_DEFAULT, "svGetScope"));
-  setScope = reinterpret_cast<SetScope>(::dlsym(RTLD_DEFAULT, "svSetScope"));
+  const auto setScope = reinterpret_cast<SetScope>(::dlsym(RTLD_DEFAULT, "svSetScope"));
   if (!getScope || !setScope)
     return runtime::fail("the simulator gives no DPI-C scopes (svGetScope), which the mirrors need");
   for (auto &mirror : mirrors) {
@@ -70,9 +70,14 @@ int attach(const char *path, std::vector<std::unique_ptr<Mirror>> mirrors) {
                             " to the library; link it with --export-dynamic")
                                .c_str());
   }
-  attached().push_back({runtime::instance_name(path), getScope(), std::move(mirrors)});
-  runtime::mirrorsAttached = true;
+  attach_resolved(path, getScope(), setScope, std::move(mirrors));
   return 0;
+}
+
+void attach_resolved(const char *path, void *scope, void *(*setScope)(void *),
+                     std::vector<std::unique_ptr<Mirror>> mirrors) {
+  attached().push_back({runtime::instance_name(path), scope, setScope, std::move(mirrors)});
+  runtime::mirrorsAttached = true;
 }
 
 } // namespace corvane_sc::mirrors

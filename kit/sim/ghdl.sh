@@ -80,6 +80,7 @@ sim_warnings() { grep -E ':warning:' "$1"; }
 
 sim_run() {
   ghdl_options
-  [[ -n $trace ]] && ghdl_run+=("--$trace=$build/trace.$trace")
+  # With a waveform, the wrapper's mirrors of the models' insides are set.
+  [[ -n $trace ]] && ghdl_run+=("--$trace=$build/trace.$trace") && export CORVANE_SC_MIRRORS=1
   exec "${GHDL:-ghdl}" -r "${ghdl_elaboration[@]}" --workdir="$build" "$top" "${ghdl_run[@]}"
 }

@@ -97,6 +97,8 @@ endmodule
 EOF_TRACE
     sources+=("$build/trace.v")
     roots+=(-s quillc_sim_trace)
+    # The wrapper's mirrors of the models' insides, set by the library.
+    options+=(-DCORVANE_SC_MIRRORS)
   fi
   "${IVERILOG:-iverilog}" "${options[@]}" "${roots[@]}" -o "$build/$top.vvp" "${sources[@]}"
 }

@@ -19,7 +19,7 @@ constexpr char kHeader[] =
     "// module (vvp -m ./libcorvanesc.so); how values, time, X and Z and errors\n"
     "// cross is told in corvane_sc_vpi.h.\n"
     "//\n"
-    "// The model writes each output into sc$<port>, which reaches the port\n"
+    "// The model writes each output into sc$<port>[0], which reaches the port\n"
     "// through a nonblocking assignment, as from a register.  The evaluations\n"
     "// start after a zero delay at time 0, when every process has begun.\n"
     "`resetall\n"
@@ -43,6 +43,40 @@ std::string port_declaration(const PortShape &shape) {
   return std::string(direction_name(shape.direction)) + " " + declaration(shape, kind);
 }
 
+/// The mirrors of \p module's insides (hierarchy.h) for a simulation built
+/// with CORVANE_SC_MIRRORS defined (quillc-sim --trace): the model's
+/// sub-modules as named generate blocks, each object a register in its
+/// block, which the library sets as the model changes it.  Only the
+/// library's call of the VPI task reads them.
+std::string verilog_mirrors(const WrapperModule &module) {
+  const ModuleHierarchy &h = module.hierarchy;
+  if (h.objects.empty())
+    return "";
+  std::string text = "`ifdef CORVANE_SC_MIRRORS\n  // The model's own objects, as it changes them, for the waveform.\n";
+  std::vector<std::string> open;
+  std::string arguments;
+  for (const MirroredObject &object : h.objects) {
+    size_t common = 0;
+    while (common < open.size() && common < object.scope.size() && open[common] == object.scope[common])
+      ++common;
+    for (; open.size() > common; open.pop_back())
+      text += std::string(2 * open.size(), ' ') + (open.size() == 1 ? "end endgenerate\n" : "end\n");
+    for (; open.size() < object.scope.size(); open.push_back(object.scope[open.size()]))
+      text += std::string(2 * open.size() + 2, ' ') + (open.empty() ? "generate if (1) begin : " : "if (1) begin : ") +
+              object.scope[open.size()] + "\n";
+    text += std::string(2 * open.size() + 2, ' ') + declaration(object.shape, "reg") + " " + object.name + ";\n";
+    arguments += ",\n      ";
+    for (const std::string &scope : object.scope)
+      arguments += scope + ".";
+    arguments += object.name;
+  }
+  for (; !open.empty(); open.pop_back())
+    text += std::string(2 * open.size(), ' ') + (open.size() == 1 ? "end endgenerate\n" : "end\n");
+  // The registers are the task's arguments, in the glue's order, so that
+  // iverilog keeps them although nothing in the design reads them.
+  return text + "  initial\n    $corvane_sc_mirror(\"" + module.name + "\"" + arguments + ");\n`endif\n\n";
+}
+
 std::string verilog_body(const WrapperModule &module) {
   // The task's arguments are the glue's: per port, its net when it is an
   // input, its register when it is an output.
@@ -57,24 +91,27 @@ std::string verilog_body(const WrapperModule &module) {
     }
     if (!is_output(shape))
       continue;
-    const std::string model = "sc$" + port.name;
+    // The model's registers are one-word arrays, which the waveform leaves
+    // out as it does every array: it shows the ports only.
+    const std::string name = "sc$" + port.name, model = name + "[0]";
     arguments += ", " + model;
     if (shape.direction == PortDirection::InOut) {
       // The model drives its inout's net all the time (corvane_sc_dpi.h).
-      registers += "  " + declaration(shape, "reg") + " " + model + ";\n";
+      registers += "  " + declaration(shape, "reg") + " " + name + " [0:0];\n";
       drives += "  assign " + port.name + " = " + model + ";\n";
     } else if (shape.kind == ValueKind::Real) {
       // A real output is a net: a register of its own drives it.
-      registers += "  real " + model + ", " + model + "$q;\n";
-      drives += "  assign " + port.name + " = " + model + "$q;\n  always @(" + model + ")\n    " + model +
-                "$q <= " + model + ";\n";
+      registers += "  real " + name + " [0:0], " + name + "$q [0:0];\n";
+      drives += "  assign " + port.name + " = " + name + "$q[0];\n  always @(" + model + ")\n    " + name +
+                "$q[0] <= " + model + ";\n";
     } else {
-      registers += "  " + declaration(shape, "reg") + " " + model + ";\n";
+      registers += "  " + declaration(shape, "reg") + " " + name + " [0:0];\n";
       drives += "  always @(" + model + ")\n    " + port.name + " <= " + model + ";\n";
     }
   }
   const std::string call = "$corvane_sc_eval(\"" + module.name + "\"" + arguments + ");\n";
-  std::string text = registers + (registers.empty() ? "" : "\n") + drives + (drives.empty() ? "" : "\n");
+  std::string text =
+      registers + (registers.empty() ? "" : "\n") + drives + (drives.empty() ? "" : "\n") + verilog_mirrors(module);
   if (inputs.empty())
     return text + "  initial\n    #0 " + call;
   return text + "  initial begin\n    #0;\n    forever begin\n      " + call + "      @(" + inputs.substr(2) +

@@ -119,6 +119,95 @@ void foreign(std::string &declarations, std::string &bodies, const std::string &
   bodies += head + " is\n  begin\n  end procedure;\n";
 }
 
+/// The field of mirror \p index in the record of a module's mirrors.
+std::string field(size_t index) { return "\\sc$" + std::to_string(index) + "\\"; }
+
+/// The mirrors of \p module's insides (hierarchy.h), set only while the
+/// library says that a waveform is written (quillc-sim --trace): the
+/// model's process hands their values, as the model changed them, to a
+/// signal of a record type, which the waveform leaves out; below it every
+/// sub-module is an instance of an entity of its own whose signals follow
+/// the record's fields, and the top's objects are signals of the wrapper.
+struct VhdlMirrors {
+  std::string package, bodies; ///< The record, the foreign procedure.
+  std::string entities;        ///< The scopes' entities, innermost first.
+  std::string signals, statements, variables, calls;
+};
+
+std::string scope_entity(const WrapperModule &module, const std::vector<std::string> &scope) {
+  std::string name = "\\sc$" + module.name;
+  for (const std::string &label : scope)
+    name += "$" + label;
+  return name + "\\";
+}
+
+/// The declarations and statements of \p scope's region: its objects as
+/// signals and its sub-scopes as instances; \p taken are the names that
+/// the region holds already (the wrapper's ports).
+void mirror_region(const WrapperModule &module, const std::vector<std::string> &scope,
+                   const std::vector<std::string> &taken, std::string &signals, std::string &statements,
+                   std::string &entities) {
+  const std::string record = "\\sc$mirrors$" + module.name + "\\";
+  std::vector<size_t> objects;
+  std::vector<std::string> labels, names = taken;
+  for (size_t i = 0; i < module.hierarchy.objects.size(); ++i) {
+    const MirroredObject &object = module.hierarchy.objects[i];
+    if (object.scope == scope) {
+      objects.push_back(i);
+      names.push_back(object.name);
+    } else if (object.scope.size() > scope.size() && std::equal(scope.begin(), scope.end(), object.scope.begin()) &&
+               std::find(labels.begin(), labels.end(), object.scope[scope.size()]) == labels.end()) {
+      labels.push_back(object.scope[scope.size()]);
+      names.push_back(labels.back());
+    }
+  }
+  const std::vector<std::string> spelled = vhdl_names(names);
+  for (size_t k = 0; k < objects.size(); ++k) {
+    const MirroredObject &object = module.hierarchy.objects[objects[k]];
+    const std::string &name = spelled[taken.size() + k];
+    signals += "  signal " + name + " : " + vhdl_type(object.shape) + ";\n";
+    statements += "  " + name + " <= \\sc$mirrors\\." + field(objects[k]) + ";\n";
+  }
+  for (size_t k = 0; k < labels.size(); ++k) {
+    std::vector<std::string> inner = scope;
+    inner.push_back(labels[k]);
+    std::string innerSignals, innerStatements;
+    mirror_region(module, inner, {}, innerSignals, innerStatements, entities);
+    const std::string entity = scope_entity(module, inner);
+    entities += "\nlibrary ieee;\nuse ieee.std_logic_1164.all;\nuse ieee.numeric_std.all;\n"
+                "use work.corvane_sc_vhpidirect.all;\n\nentity " + entity + " is\n  port (\\sc$mirrors\\ : in " +
+                record + ");\nend entity " + entity + ";\n\narchitecture corvane_sc of " + entity + " is\n" +
+                innerSignals + "begin\n" + innerStatements + "end architecture corvane_sc;\n";
+    statements += "  " + spelled[taken.size() + objects.size() + k] + " : entity work." + entity +
+                  " port map (\\sc$mirrors\\ => \\sc$mirrors\\);\n";
+  }
+}
+
+VhdlMirrors vhdl_mirrors(const WrapperModule &module, const std::vector<std::string> &portNames,
+                         const std::string &entity) {
+  VhdlMirrors out;
+  const ModuleHierarchy &h = module.hierarchy;
+  if (h.objects.empty())
+    return out;
+  const std::string record = "\\sc$mirrors$" + module.name + "\\", procedure = own("mirror$" + module.name);
+  std::string fields, profile, arguments;
+  for (size_t i = 0; i < h.objects.size(); ++i) {
+    fields += "    " + field(i) + " : " + vhdl_type(h.objects[i].shape) + ";\n";
+    profile += ";\n    " + field(i) + " : out " + vhdl_type(h.objects[i].shape);
+    arguments += ", \\sc$mirror\\." + field(i);
+  }
+  out.package = "  type " + record + " is record\n" + fields + "  end record;\n";
+  foreign(out.package, out.bodies, procedure, "path : string; \\sc$handle\\ : integer" + profile,
+          vhpi_function(module, "mirror"));
+  mirror_region(module, {}, portNames, out.signals, out.statements, out.entities);
+  out.signals = "  signal \\sc$mirrors\\ : " + record + ";\n" + out.signals;
+  out.variables = "    variable \\sc$mirrored\\ : \\sc$boolean\\ := false;\n    variable \\sc$mirror\\ : " + record +
+                  ";\n";
+  out.calls = "      if \\sc$mirrored\\ then\n        " + procedure + "(" + entity + "'path_name, \\sc$handle\\" +
+              arguments + ");\n        \\sc$mirrors\\ <= \\sc$mirror\\;\n      end if;\n";
+  return out;
+}
+
 } // namespace
 
 std::string render_vhdl_wrappers(const std::vector<WrapperModule> &modules) {
@@ -167,21 +256,28 @@ std::string render_vhdl_wrappers(const std::vector<WrapperModule> &modules) {
             vhpi_function(module, "eval"));
 
     const std::string &entity = entities[m];
+    const VhdlMirrors mirrors = vhdl_mirrors(module, portNames, entity);
+    if (!mirrors.calls.empty() && declarations.find("sc$mirroring") == std::string::npos)
+      foreign(declarations, bodies, own("mirroring"), "enabled : out boolean", "corvane_sc_vhpi_mirroring");
+    declarations += mirrors.package;
+    bodies += mirrors.bodies;
+    units += mirrors.entities;
     units += "\nlibrary ieee;\nuse ieee.std_logic_1164.all;\nuse ieee.numeric_std.all;\n"
              "use work.corvane_sc_vhpidirect.all;\n\nentity " + entity + " is\n";
     if (!ports.empty())
       units += "  port (\n" + ports + "\n  );\n";
     units += unmapped;
     const std::string waitOn = sensitivity.empty() ? "" : " on " + sensitivity;
-    units += "end entity " + entity + ";\n\narchitecture corvane_sc of " + entity + " is\nbegin\n  " + own("model") +
+    units += "end entity " + entity + ";\n\narchitecture corvane_sc of " + entity + " is\n" + mirrors.signals +
+             "begin\n" + mirrors.statements + "  " + own("model") +
              " : process\n    variable \\sc$handle\\, \\sc$status\\ : \\sc$integer\\;\n"
              "    variable \\sc$run\\, \\sc$wake\\ : \\sc$boolean\\ := false;\n"
-             "    variable \\sc$after\\ : \\sc$time\\;\n" + variables +
-             "  begin\n    " + make + "(" + entity + "'path_name, \\sc$ps\\, \\sc$handle\\);\n"
+             "    variable \\sc$after\\ : \\sc$time\\;\n" + variables + mirrors.variables +
+             "  begin\n" + (mirrors.calls.empty() ? "" : "    \\sc$mirroring\\(\\sc$mirrored\\);\n") + "    " + make + "(" + entity + "'path_name, \\sc$ps\\, \\sc$handle\\);\n"
              "    if \\sc$handle\\ < 0 then\n      \\sc$check\\(-1);\n    end if;\n"
              "    loop\n      " + eval + "(\\sc$handle\\, now, \\sc$run\\" + arguments +
              ", \\sc$wake\\, \\sc$after\\, \\sc$status\\);\n"
-             "      \\sc$check\\(\\sc$status\\);\n      \\sc$run\\ := true;\n" + drives +
+             "      \\sc$check\\(\\sc$status\\);\n      \\sc$run\\ := true;\n" + drives + mirrors.calls +
              "      if \\sc$wake\\ then\n        wait" + waitOn + " for \\sc$after\\;\n      else\n        wait" +
              waitOn + ";\n      end if;\n    end loop;\n  end process;\nend architecture corvane_sc;\n";
   }

@@ -2,6 +2,7 @@
 // generated per-module procedures (sc_module/vhpi_glue.cpp), and what those
 // share: GHDL's paths and time.
 
+#include "kit/include/corvane_sc_mirrors.h"
 #include "kit/include/corvane_sc_vhpidirect.h"
 
 #include <cstdio>
@@ -29,6 +30,8 @@ extern "C" int32_t corvane_sc_vhpi_error_length(void) {
   return static_cast<int32_t>(std::strlen(corvane_sc::runtime::error()));
 }
 
+extern "C" void corvane_sc_vhpi_mirroring(uint8_t *on) { *on = std::getenv("CORVANE_SC_MIRRORS") != nullptr; }
+
 extern "C" void corvane_sc_vhpi_error_text(const corvane_sc_vhpi_string *text) {
   const char *message = corvane_sc::runtime::error();
   const size_t room = text->bounds->length > 0 ? static_cast<size_t>(text->bounds->length) : 0;
@@ -37,15 +40,10 @@ extern "C" void corvane_sc_vhpi_error_text(const corvane_sc_vhpi_string *text) {
 
 namespace corvane_sc::vhpidirect {
 
-corvane_sc_instance *instantiate(const char *module, const corvane_sc_vhpi_string *path, int64_t ps) {
-  if (ps > 0)
-    ps_value = ps;
-  static const bool endsArmed = std::atexit(end_at_exit) == 0;
-  (void)endsArmed;
-  // GHDL's own handlers, installed when its simulation started, come
-  // after the crash report.
-  runtime::report_crashes();
-  // ":tb:dut:" is the DPI-C side's "tb.dut".
+namespace {
+
+/// ":tb:dut:" as the DPI-C side's "tb.dut".
+std::string dotted(const corvane_sc_vhpi_string *path) {
   const int32_t length = path->bounds->length > 0 ? path->bounds->length : 0;
   std::string labels(path->characters, static_cast<size_t>(length));
   if (!labels.empty() && labels.front() == ':')
@@ -55,7 +53,24 @@ corvane_sc_instance *instantiate(const char *module, const corvane_sc_vhpi_strin
   for (char &c : labels)
     if (c == ':')
       c = '.';
-  return runtime::instantiate(module, labels.c_str());
+  return labels;
+}
+
+} // namespace
+
+void attach_mirrors(const corvane_sc_vhpi_string *path, std::vector<std::unique_ptr<mirrors::Mirror>> all) {
+  mirrors::attach_resolved(dotted(path).c_str(), nullptr, nullptr, std::move(all));
+}
+
+corvane_sc_instance *instantiate(const char *module, const corvane_sc_vhpi_string *path, int64_t ps) {
+  if (ps > 0)
+    ps_value = ps;
+  static const bool endsArmed = std::atexit(end_at_exit) == 0;
+  (void)endsArmed;
+  // GHDL's own handlers, installed when its simulation started, come
+  // after the crash report.
+  runtime::report_crashes();
+  return runtime::instantiate(module, dotted(path).c_str());
 }
 
 int64_t picoseconds(int64_t now) { return now / ps_value; }

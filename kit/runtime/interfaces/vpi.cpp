@@ -9,10 +9,12 @@
 // First, so that the DPI types take VPI's vector words as they are.
 #include <vpi_user.h>
 
+#include "kit/include/corvane_sc_mirrors.h"
 #include "kit/include/corvane_sc_vpi.h"
 
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
@@ -263,15 +265,17 @@ std::vector<std::unique_ptr<Instance>> &instances() {
 }
 
 /// Whether \p nets are what the glue of \p module reads and writes: as
-/// many, each vector as wide as its port, each output a register.
+/// many, each vector as wide as its port, each output a register (the
+/// word of a one-word array, in wrapper.v).
 bool matches(const corvane_sc::vpi::Module &module, const std::vector<vpiHandle> &nets) {
   if (nets.size() != module.count)
     return false;
   for (size_t i = 0; i < nets.size(); ++i) {
     const corvane_sc::vpi::Port &port = module.arguments[i];
     const int type = vpi_get(vpiType, nets[i]);
-    if (port.form == Form::Real ? port.output && type != vpiRealVar
-                                : (port.output && type != vpiReg) ||
+    const bool variable = type == vpiMemoryWord || type == (port.form == Form::Real ? vpiRealVar : vpiReg);
+    if (port.form == Form::Real ? port.output && !variable
+                                : (port.output && !variable) ||
                                       vpi_get(vpiSize, nets[i]) != static_cast<PLI_INT32>(port.width))
       return false;
   }
@@ -355,7 +359,98 @@ PLI_INT32 end_of_simulation(p_cb_data) {
   return 0;
 }
 
+/// A mirror's variable in wrapper.v and how it takes its value.
+struct MirrorTarget {
+  vpiHandle variable;
+  corvane_sc::vpi::Port port;
+};
+
+std::deque<MirrorTarget> &mirror_targets() {
+  static auto &all = *new std::deque<MirrorTarget>;
+  return all;
+}
+
+/// $corvane_sc_mirror("module"), which wrapper.v calls once per instance
+/// when built with CORVANE_SC_MIRRORS: attaches the mirrors below the
+/// calling scope.
+PLI_INT32 mirror(PLI_BYTE8 *) {
+  vpiHandle call = vpi_handle(vpiSysTfCall, nullptr);
+  const std::string path = vpi_get_str(vpiFullName, vpi_handle(vpiScope, call));
+  vpiHandle arguments = vpi_iterate(vpiArgument, call);
+  vpiHandle name = arguments ? vpi_scan(arguments) : nullptr;
+  s_vpi_value value{};
+  value.format = vpiStringVal;
+  std::vector<vpiHandle> variables;
+  if (name) {
+    vpi_get_value(name, &value);
+    while (vpiHandle variable = vpi_scan(arguments))
+      variables.push_back(variable);
+  }
+  if (corvane_sc::mirrors::attach_vpi(name ? value.value.str : "", path.c_str(),
+                                      reinterpret_cast<void *const *>(variables.data()), variables.size()) < 0)
+    fail(path + ": " + corvane_sc::runtime::error());
+  return 0;
+}
+
 } // namespace
+
+int corvane_sc::mirrors::attach_vpi(const char *module, const char *path, void *const *variables, size_t count) {
+  const VpiModules &design = kVpiModules;
+  for (size_t m = 0; m < design.count; ++m) {
+    if (std::strcmp(design.modules[m].name, module) != 0)
+      continue;
+    std::vector<std::unique_ptr<Mirror>> mirrors = design.modules[m].make();
+    if (mirrors.size() != count)
+      return runtime::fail(("wrapper.v and libcorvanesc.so disagree on the mirrors of module '" + std::string(module) +
+                            "': run quillc again")
+                               .c_str());
+    for (size_t i = 0; i < count; ++i)
+      mirrors[i]->function = &mirror_targets().emplace_back(
+          MirrorTarget{static_cast<vpiHandle>(variables[i]), design.modules[m].ports[i]});
+    attach_resolved(path, nullptr, nullptr, std::move(mirrors));
+    return 0;
+  }
+  return runtime::fail(("libcorvanesc.so has no mirrors of module '" + std::string(module) + "': run quillc again").c_str());
+}
+
+void corvane_sc::vpi::show_mirror(void *mirror, const Argument &value) {
+  const MirrorTarget &target = *static_cast<const MirrorTarget *>(mirror);
+  s_vpi_value put{};
+  s_vpi_vecval small[2];
+  std::vector<s_vpi_vecval> words;
+  switch (target.port.form) {
+  case Form::Bit:
+    put.format = vpiScalarVal;
+    put.value.scalar = value.bit ? vpi1 : vpi0;
+    break;
+  case Form::Logic:
+    put.format = vpiScalarVal;
+    put.value.scalar = value.logic; // 0, 1, Z, X in both
+    break;
+  case Form::Word:
+    small[0] = {static_cast<PLI_INT32>(value.word), 0};
+    small[1] = {static_cast<PLI_INT32>(value.word >> 32), 0};
+    put.format = vpiVectorVal;
+    put.value.vector = small;
+    break;
+  case Form::Bits:
+    words.resize(word_count(target.port));
+    for (size_t w = 0; w < words.size(); ++w)
+      words[w] = {static_cast<PLI_INT32>(value.bits[w]), 0};
+    put.format = vpiVectorVal;
+    put.value.vector = words.data();
+    break;
+  case Form::LogicBits:
+    put.format = vpiVectorVal;
+    put.value.vector = reinterpret_cast<s_vpi_vecval *>(value.logic_bits);
+    break;
+  case Form::Real:
+    put.format = vpiRealVal;
+    put.value.real = value.real;
+    break;
+  }
+  vpi_put_value(target.variable, &put, nullptr, vpiNoDelay);
+}
 
 extern "C" void corvane_sc_vpi_register(void) {
   s_vpi_systf_data task{};
@@ -364,6 +459,11 @@ extern "C" void corvane_sc_vpi_register(void) {
   task.calltf = call;
   task.compiletf = compile;
   vpi_register_systf(&task);
+  s_vpi_systf_data mirrors{};
+  mirrors.type = vpiSysTask;
+  mirrors.tfname = const_cast<PLI_BYTE8 *>("$corvane_sc_mirror");
+  mirrors.calltf = mirror;
+  vpi_register_systf(&mirrors);
   s_cb_data callback{};
   callback.reason = cbEndOfSimulation;
   callback.cb_rtn = end_of_simulation;
