@@ -2,8 +2,9 @@
 # Sets the machine up and builds quillc with its runtime kit
 # (scripts/setup.sh), then runs quillc on the counter example in a fresh
 # work directory, with the environment that quillc-env gives, shows what it
-# made, and co-simulates the counter from the SystemVerilog testbench
-# examples/counter/tb.sv in Verilator with quillc-sim.
+# made, and co-simulates the counter with quillc-sim: from the
+# SystemVerilog testbench examples/counter/tb.sv in Verilator and in Icarus
+# Verilog, and from the VHDL testbench examples/counter/tb.vhd in GHDL.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${BUILD_DIR:-$root/build}
@@ -12,7 +13,7 @@ build=${BUILD_DIR:-$root/build}
 work="$root/work/counter"
 rm -rf "$work"
 mkdir -p "$work"
-cp "$root"/examples/counter/*.cpp "$root"/examples/counter/tb.sv "$work"/
+cp "$root"/examples/counter/*.cpp "$root"/examples/counter/tb.sv "$root"/examples/counter/tb.vhd "$work"/
 cd "$work"
 eval "$("$build/quillc-env")"
 "$build/quillc" -module counter counter.cpp
@@ -38,3 +39,9 @@ ls -l . sc_module
 echo
 echo "== \$QUILLC_PATH/bin/quillc-sim tb.sv: the counter in a SystemVerilog simulation"
 "$QUILLC_PATH/bin/quillc-sim" tb.sv
+echo
+echo "== \$QUILLC_PATH/bin/quillc-sim --simulator=icarus tb.sv: the same in Icarus Verilog"
+"$QUILLC_PATH/bin/quillc-sim" --simulator=icarus tb.sv
+echo
+echo "== \$QUILLC_PATH/bin/quillc-sim --simulator=ghdl tb.vhd: the counter in a VHDL simulation"
+"$QUILLC_PATH/bin/quillc-sim" --simulator=ghdl tb.vhd
