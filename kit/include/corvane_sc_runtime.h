@@ -61,27 +61,56 @@ int fail_current_exception();
 /// something to do: its own events are due, or an input changed that some
 /// process waits on.
 
+/// Where the one kernel stands, as of its last entry; every evaluation
+/// reads it, so the calls below that find nothing to do stay inline.
+struct KernelState {
+  /// Whether the kernel has begun to run.
+  bool started = false;
+  /// Whether some input change waits for deliver().
+  bool deferred = false;
+  /// The time of its next pending event in picoseconds, -1 for none.
+  int64_t next_ps = -1;
+  /// The latest simulation time that an evaluation reported.
+  int64_t latest_ps = 0;
+  /// How often the library has entered the kernel; what the model did
+  /// (sc_stop() among it) can change only when this count moves.
+  uint64_t entries = 0;
+};
+extern KernelState kernel;
+
+/// catch_up() when an event is due or the kernel has not started.
+bool catch_up_due(int64_t now_ps);
+
 /// Runs the kernel's own events up to and including \p now_ps (starting
 /// the kernel the first time), so that the inputs written next are seen
 /// after them; enters the kernel only when an event is due.  False (with
 /// the error recorded) when the model does not settle.
-bool catch_up(int64_t now_ps);
+inline bool catch_up(int64_t now_ps) {
+  if (now_ps > kernel.latest_ps)
+    kernel.latest_ps = now_ps;
+  if (kernel.started && (kernel.next_ps < 0 || kernel.next_ps > now_ps))
+    return true;
+  return catch_up_due(now_ps);
+}
 
 /// Keeps \p input's change, which hold() kept back, for the next deliver().
 void defer(DeferredInput &input);
+
+/// deliver() when some change was deferred.
+bool deliver_deferred(int64_t now_ps);
 
 /// Brings the kernel to \p now_ps, makes the deferred input changes seen
 /// there and runs the delta cycles until none is pending; nothing when no
 /// change was deferred.  False (with the error recorded) when the model
 /// does not settle (a million delta cycles at one time).
-bool deliver(int64_t now_ps);
+inline bool deliver(int64_t now_ps) { return !kernel.deferred || deliver_deferred(now_ps); }
 
 /// Whether the kernel has begun to run.
-bool running();
+inline bool running() { return kernel.started; }
 
 /// The time of the kernel's next pending event in picoseconds, or -1, as
 /// of its last entry.
-int64_t next_event_ps();
+inline int64_t next_event_ps() { return kernel.next_ps; }
 
 /// Whether the model has stopped the simulation.
 bool stopped();
@@ -138,6 +167,7 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
   if (ended)
     return *next_ps = -1, 2;
   try {
+    const uint64_t entries = kernel.entries;
     if (run && !catch_up(now_ps))
       return -1;
     write();
@@ -147,7 +177,9 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
     if (mirrorsAttached && run)
       show_mirrors();
     *next_ps = next_event_ps();
-    return stopped() ? end_state() : 0;
+    // Without a kernel entry the model cannot have stopped since the last
+    // evaluation, which found it running (else the run has ended).
+    return (!run || kernel.entries != entries) && stopped() ? end_state() : 0;
   } catch (...) {
     return fail_current_exception();
   }

@@ -93,20 +93,16 @@ int fail_current_exception() {
 
 namespace {
 
-/// Where the one kernel stands, as of its last entry.
-struct Keeper {
-  bool started = false;
-  /// The time of its next pending event in picoseconds, -1 for none.
-  int64_t next_ps = -1;
-  /// The latest simulation time that an evaluation reported.
-  int64_t latest_ps = 0;
-  /// Input changes that some process waits on, not yet seen.
-  std::vector<DeferredInput *> deferred;
-};
+/// Input changes that some process waits on, not yet seen.
+std::vector<DeferredInput *> &deferred() {
+  static std::vector<DeferredInput *> &all = *new std::vector<DeferredInput *>;
+  return all;
+}
 
-Keeper &keeper() {
-  static Keeper &one = *new Keeper;
-  return one;
+/// Every entry into the kernel, counted.
+void enter(const sc_core::sc_time &duration) {
+  ++kernel.entries;
+  sc_core::sc_start(duration);
 }
 
 sc_core::sc_time to_time(int64_t ps) {
@@ -120,7 +116,7 @@ sc_core::sc_time to_time(int64_t ps) {
 void move_to(int64_t now_ps) {
   const sc_core::sc_time target = to_time(now_ps), now = sc_core::sc_time_stamp();
   if (target > now)
-    sc_core::sc_start(target - now);
+    enter(target - now);
 }
 
 /// Runs the delta cycles at the current time until none is pending, then
@@ -133,12 +129,12 @@ bool settle() {
                .c_str());
       return false;
     }
-    sc_core::sc_start(sc_core::SC_ZERO_TIME);
+    enter(sc_core::SC_ZERO_TIME);
   }
   // Nothing is left at the current time, so the next activity is the
   // earliest timed event.
   sc_core::sc_time at;
-  Keeper &k = keeper();
+  KernelState &k = kernel;
   if (!sc_core::sc_get_curr_simcontext()->next_time(at)) {
     k.next_ps = -1;
   } else {
@@ -151,16 +147,15 @@ bool settle() {
 
 } // namespace
 
-bool running() { return keeper().started; }
+KernelState kernel;
 
-bool catch_up(int64_t now_ps) {
-  Keeper &k = keeper();
-  k.latest_ps = std::max(k.latest_ps, now_ps);
+bool catch_up_due(int64_t now_ps) {
+  KernelState &k = kernel;
   if (!k.started) {
     // Ends elaboration (every instance exists by now) and runs the
     // kernel's start with the inputs written so far.
     k.started = true;
-    sc_core::sc_start(sc_core::SC_ZERO_TIME);
+    enter(sc_core::SC_ZERO_TIME);
     if (!settle())
       return false;
   }
@@ -171,23 +166,22 @@ bool catch_up(int64_t now_ps) {
   return settle();
 }
 
-void defer(DeferredInput &input) { keeper().deferred.push_back(&input); }
+void defer(DeferredInput &input) {
+  deferred().push_back(&input);
+  kernel.deferred = true;
+}
 
-bool deliver(int64_t now_ps) {
-  Keeper &k = keeper();
-  if (k.deferred.empty())
-    return true;
+bool deliver_deferred(int64_t now_ps) {
   move_to(now_ps);
-  for (DeferredInput *input : k.deferred)
+  for (DeferredInput *input : deferred())
     input->announce();
-  k.deferred.clear();
+  deferred().clear();
+  kernel.deferred = false;
   return settle();
 }
 
-int64_t next_event_ps() { return keeper().next_ps; }
-
 bool catch_up_to_latest() {
-  Keeper &k = keeper();
+  KernelState &k = kernel;
   if (!k.started)
     return true;
   move_to(k.latest_ps);

@@ -158,7 +158,7 @@ std::string hidden(const std::string &body) {
 } // namespace
 
 std::string render_module_body(const WrapperModule &module) {
-  std::string imports, arguments, scratch, drives, sensitivity;
+  std::string imports, arguments, scratch, drives, seens, seenDecls, follows, sensitivity;
   for (const WrapperPort &port : module.ports) {
     if (!mapped(port))
       continue;
@@ -174,10 +174,19 @@ std::string render_module_body(const WrapperModule &module) {
       arguments += ", " + model;
       scratch += "  " + sv_argument(c, true) + " " + model + ";\n";
       const std::string &value = model;
-      if (port.shape.direction == PortDirection::InOut)
+      if (port.shape.direction == PortDirection::InOut) {
         scratch += "  assign " + port.name + " = " + value + ";\n";
-      else
-        drives += "  always @(" + model + ")\n    " + port.name + " <= " + value + ";\n";
+      } else {
+        // The output follows the model's value when it moved from the one
+        // seen last (the value after the instance was built, at first):
+        // in the evaluating process where inputs make one, else by itself.
+        follows += "  always @(" + model + ")\n    " + port.name + " <= " + value + ";\n";
+        const std::string seen = model + "$seen";
+        seenDecls += "  " + sv_argument(c, true) + " " + seen + ";\n";
+        seens += "    " + seen + " = " + model + ";\n";
+        drives += "      if (" + model + (c.form == Crossing::Real ? " != " : " !== ") + seen + ") begin\n        " +
+                  seen + " = " + model + ";\n        " + port.name + " <= " + model + ";\n      end\n";
+      }
     }
   }
   const std::string eval = dpi_function(module, "eval");
@@ -189,7 +198,7 @@ std::string render_module_body(const WrapperModule &module) {
       "(input int sc$handle, input longint sc$now, input bit sc$run" + imports + ",\n    output longint sc$next);\n"
       "  import \"DPI-C\" function string corvane_sc_dpi_error();\n\n"
       "  int sc$handle = -1;\n" +
-      scratch +
+      scratch + (sensitivity.empty() ? "" : seenDecls) +
       "\n"
       "  function automatic void sc$eval(bit sc$run);\n"
       "    longint sc$next;\n"
@@ -204,20 +213,22 @@ std::string render_module_body(const WrapperModule &module) {
       "    sc$handle = " + dpi_function(module, "new") + "($sformatf(\"%m\"));\n"
       "    if (sc$handle < 0)\n"
       "      $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
-      "    sc$eval(0);\n"
+      "    sc$eval(0);\n" +
+      (sensitivity.empty() ? "" : seens) +
       "`ifdef CORVANE_SC_TIMED\n"
       "    if (!corvane_sc_keeper::started)\n"
       "      corvane_sc_keeper::keep();\n"
       "`endif\n"
-      "  end\n"
-      "`ifdef CORVANE_SC_TIMED\n\n"
-      "  always @(corvane_sc_keeper::tick)\n"
-      "    if (sc$handle >= 0)\n"
-      "      sc$eval(1);\n"
-      "`endif\n";
-  text += drives;
-  if (!sensitivity.empty())
-    text += "\n  always @(" + sensitivity + ")\n    if (sc$handle >= 0)\n      sc$eval(1);\n";
+      "  end\n";
+  // One process evaluates the model on the kernel's own events and on
+  // every input change, and drives the outputs it moved.
+  const std::string body = "    if (sc$handle >= 0) begin\n      sc$eval(1);\n" + drives + "    end\n";
+  if (sensitivity.empty())
+    text += "`ifdef CORVANE_SC_TIMED\n\n  always @(corvane_sc_keeper::tick)\n    if (sc$handle >= 0)\n      sc$eval(1);\n`endif\n" +
+            follows;
+  else
+    text += "\n  always @(\n`ifdef CORVANE_SC_TIMED\n      corvane_sc_keeper::tick or\n`endif\n      " + sensitivity +
+            ")\n" + body;
   return text;
 }
 
