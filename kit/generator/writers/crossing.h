@@ -29,6 +29,19 @@ inline Crossing crossing(const PortShape &shape) {
   return {shape.width <= 64 ? Crossing::Word : Crossing::Bits, shape.width, shape.isSigned};
 }
 
+/// The enumerator's name, as the generated glue spells a form.
+inline const char *form_name(Crossing::Form form) {
+  switch (form) {
+  case Crossing::Bit: return "Bit";
+  case Crossing::Logic: return "Logic";
+  case Crossing::Word: return "Word";
+  case Crossing::Bits: return "Bits";
+  case Crossing::LogicBits: return "LogicBits";
+  case Crossing::Real: return "Real";
+  }
+  return "";
+}
+
 inline bool is_input(const PortShape &shape) { return shape.direction != PortDirection::Output; }
 inline bool is_output(const PortShape &shape) { return shape.direction != PortDirection::Input; }
 

@@ -81,18 +81,6 @@ std::string vhpi_show_call(const PortShape &shape) {
   return "";
 }
 
-const char *form_name(Crossing::Form form) {
-  switch (form) {
-  case Crossing::Bit: return "Bit";
-  case Crossing::Logic: return "Logic";
-  case Crossing::Word: return "Word";
-  case Crossing::Bits: return "Bits";
-  case Crossing::LogicBits: return "LogicBits";
-  case Crossing::Real: return "Real";
-  }
-  return "";
-}
-
 } // namespace
 
 std::string render_mirror_glue(const std::vector<WrapperModule> &modules) {

@@ -11,18 +11,6 @@ namespace corvane_sc {
 
 namespace {
 
-const char *form_name(Crossing::Form form) {
-  switch (form) {
-  case Crossing::Bit: return "Bit";
-  case Crossing::Logic: return "Logic";
-  case Crossing::Word: return "Word";
-  case Crossing::Bits: return "Bits";
-  case Crossing::LogicBits: return "LogicBits";
-  case Crossing::Real: return "Real";
-  }
-  return "";
-}
-
 /// The DPI argument for argument \p a, \p c, from the union.
 std::string dpi_argument(const Crossing &c, bool output, const std::string &a) {
   switch (c.form) {
