@@ -296,6 +296,15 @@ endmodule
         self.assertEqual((status, out.endswith("counter: all checks passed\n- tb.sv:43: Verilog $finish\n"), err),
                          (0, True, "quillc-sim: top tb\n"))
 
+    def test_bad_options_and_missing_simulators_are_refused(self):
+        for environment, arguments, message in [
+                ({}, ["--simulator=xyz"], "unknown simulator 'xyz' (verilator, icarus or ghdl)"),
+                ({"GHDL": "/nonexistent"}, ["--simulator=ghdl"], "cannot run ghdl (Debian: apt-get install ghdl)"),
+                ({"IVERILOG": "/nonexistent"}, ["--simulator=icarus"],
+                 "cannot run icarus (Debian: apt-get install iverilog)")]:
+            self.assertEqual(self.execute(os.path.join(kit_environment()["QUILLC_PATH"], "bin", "quillc-sim"),
+                                          *arguments, "tb.sv", **environment), (2, "", f"quillc-sim: {message}\n"))
+
     def test_top_is_the_root_that_verilator_elaborates(self):
         pathlib.Path(self.work, "par_tb.sv").write_text(self.par_tb)
         pathlib.Path(self.work, "spare.sv").write_text("module spare;\nendmodule\n")
