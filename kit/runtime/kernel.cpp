@@ -61,7 +61,7 @@ namespace corvane_sc::runtime {
 
 corvane_sc_instance *instantiate(const char *module, const char *path) {
   if (!path || !*path)
-    return fail("an instance needs its SystemVerilog path"), nullptr;
+    return fail("an instance needs its HDL path"), nullptr;
   corvane_sc_instance *instance = corvane_sc_instantiate(module, systemc_name(path).c_str());
   if (!instance)
     fail((std::string(path) + ": " + corvane_sc_last_error()).c_str());
