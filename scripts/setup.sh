@@ -15,7 +15,7 @@ packages=(
   libfmt-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev
   libsystemc-dev libclang-14-dev verilator iverilog ghdl valgrind
   gzip bzip2 xz-utils ncompress
-  lsb-release procps hostname
+  lsb-release procps hostname file
   ccache redis-server distcc groff-base man-db bash-completion dpkg-dev pkgconf
 )
 
