@@ -7,8 +7,8 @@
  * corvane_sc_last_error()).
  *
  * For every exported module M the wrapper generator writes, into
- * sc_module/dpi_glue.cpp (compiled into the library by startup.cpp), two
- * functions that wrapper.sv imports:
+ * sc_module/dpi_glue.cpp (compiled into the library by startup.cpp), three
+ * functions:
  *
  *   int corvane_sc_dpi_M_new(const char *path);
  *     Builds an instance of M for the SystemVerilog instance whose
@@ -19,20 +19,34 @@
  *     give distinct names, and "TOP.tb.pair.a" (Verilator's paths begin
  *     with TOP) becomes "TOP:tb:pair:a".
  *
+ *   int corvane_sc_dpi_M_cross(int handle, int64_t now_ps, <the inputs>,
+ *                              <the outputs>);
+ *     What wrapper.sv calls at time now_ps at every change of an
+ *     instance's inputs and after every kernel run: writes the inputs and
+ *     reads the outputs back, without entering the kernel.  Returns 0; 3
+ *     when the kernel has work in this time step (it has not started, or
+ *     this call held back the first input change that some process waits
+ *     on), which the keeper does with corvane_sc_dpi_run() once every
+ *     instance has crossed; -1 on an error, which corvane_sc_dpi_error()
+ *     describes.  After the end of the simulation it only reads.  When the
+ *     simulation holds one instance, nothing else can cross in its time
+ *     step and the call evaluates it at once, as corvane_sc_dpi_M_eval()
+ *     does: then 1 when the model called sc_stop(), and 4 when the
+ *     kernel's next event moved, for the keeper's wake-up.
+ *
  *   int corvane_sc_dpi_M_eval(int handle, int64_t now_ps, svBit run,
  *                             <the inputs>, <the outputs>, int64_t *next_ps);
- *     One evaluation of the instance at SystemVerilog time now_ps.  With
- *     run set it runs the SystemC kernel's own events due by now_ps, writes
- *     the inputs, and, when some process waits on a change among them,
- *     brings the kernel to now_ps and runs its delta cycles there until
- *     nothing is left to do; then it reads the outputs back.  Without run
- *     it only writes the inputs (before the kernel first runs) and reads
- *     the outputs.  *next_ps is the time of the kernel's next pending
- *     event, -1 when there is none.  Returns 0; 1 when the model called
- *     sc_stop() (the simulation should end: this instance calls $finish); 2
- *     once another call has returned 1, or after corvane_sc_dpi_end(),
- *     without entering the kernel (there is nothing left to do); -1 on an
- *     error, which corvane_sc_dpi_error() describes.
+ *     One evaluation of the instance on its own at time now_ps, for an
+ *     adapter that crosses one instance at a time (the VPI side): with run
+ *     set it runs the kernel's own events due by now_ps, writes the
+ *     inputs, and, when some process waits on a change among them, brings
+ *     the kernel to now_ps and runs its delta cycles there until nothing is
+ *     left to do; then it reads the outputs back.  Without run it only
+ *     writes the inputs (before the kernel first runs) and reads the
+ *     outputs.  *next_ps is the time of the kernel's next pending event, -1
+ *     when there is none.  Returns 0; 1 when the model called sc_stop();
+ *     2 once another call has returned 1, or after the end, without
+ *     entering the kernel; -1 on an error.
  *
  *     An input change that no process waits on (SystemC makes a signal's
  *     value-changed, posedge and negedge events only when a process asks
@@ -42,20 +56,41 @@
  *     every change, so sensitivity that a process adds while it runs
  *     (a dynamic next_trigger, a first wait on an event) holds from then
  *     on.  A change that some process waits on is seen as the kernel's
- *     update would make it seen, in the time step of the change.
+ *     update would make it seen, in the time step of the change; changed
+ *     again before the kernel runs, the latest value is the one seen.
  *
  * There is one SystemC kernel, whatever the number of instances, and
- * wrapper.sv keeps it with one package, corvane_sc_keeper: the first
- * instance runs its wake-up, which waits for the kernel's next event and
- * then has every instance evaluate; each evaluation arms it when the next
- * event moved earlier.  It asks the library where the kernel stands with
+ * wrapper.sv keeps it with one package, corvane_sc_keeper.  The first
+ * instance leads: a crossing that returns 3 triggers the keeper's event,
+ * and the leader runs the kernel once when every process of that step has
+ * crossed (one kernel entry for all the instances whose inputs changed
+ * together), then has every instance cross again to read its outputs.
+ * Its wake-up waits for the kernel's next event and runs the kernel then.
+ * Outputs change as a register's would, through nonblocking assignments;
+ * a chain of instances through the HDL answers in the same time step,
+ * one region per instance.  The keeper calls
+ *
+ *   int corvane_sc_dpi_run(int64_t now_ps, int64_t *next_ps);
+ *     Starts the kernel the first time, runs its own events due by now_ps,
+ *     brings the input changes held back since its last run to it and runs
+ *     the delta cycles at now_ps until nothing is left (a million delta
+ *     cycles at one time is an error: the model oscillates).  *next_ps is
+ *     the kernel's next event, -1 for none.  Returns 0; 1 when the model
+ *     called sc_stop() (the keeper calls $finish); 2 once the simulation
+ *     has ended; -1 on an error.
  *
  *   int64_t corvane_sc_dpi_next(void);
  *     The kernel's next pending event in picoseconds, -1 when there is
  *     none, as of its last entry.
  *
- *     The arguments, one per port in the wrapper's order (an inout has an
- *     input and an output argument), have exact DPI types:
+ * A chain of instances wired in the HDL takes a few evaluation rounds per
+ * instance in one time step; Verilator stops a simulation whose rounds at
+ * one time exceed its --converge-limit (100 by default), so quillc-sim
+ * builds with a limit of 100000, and a build of one's own adds
+ * "--converge-limit 100000" to Verilator's options.
+ *
+ * The per-module functions' arguments, one per port in the wrapper's order
+ * (an inout has an input and an output argument), have exact DPI types:
  *       bool                          svBit / svBit *
  *       sc_logic                      svLogic / svLogic *
  *       other two-valued, 2-64 bits   uint64_t (int64_t when signed) /
@@ -122,7 +157,7 @@ typedef struct t_vpi_vecval {
 /** The latest failure, as corvane_sc_last_error(), for $fatal in the wrapper. */
 const char *corvane_sc_dpi_error(void);
 
-/** The end of the simulation, from every wrapper instance's final block:
+/** The end of the simulation, from the leading wrapper instance's final block:
  *  runs the models' end_of_simulation callbacks once, unless the kernel
  *  never started or a model's sc_stop() has run them.  0, or -1 with
  *  corvane_sc_dpi_error() set. */
@@ -131,6 +166,9 @@ int corvane_sc_dpi_end(void);
 /** The time in picoseconds of the kernel's next pending event, -1 when
  * there is none, as of its last entry: what the keeper's wake-up waits for. */
 int64_t corvane_sc_dpi_next(void);
+
+/** The keeper's kernel run at now_ps (see above). */
+int corvane_sc_dpi_run(int64_t now_ps, int64_t *next_ps);
 
 #ifdef __cplusplus
 }

@@ -161,16 +161,27 @@ public:
       return false;
   }
 
+  /// The value that processes read, without the virtual call of read().
+  const T &current() const { return this->m_cur_val; }
+
   /// Takes \p value at once, without a delta cycle: nothing waits on it.
   void take(const T &value) {
     this->m_cur_val = value;
     this->m_new_val = value;
   }
 
-  /// Holds \p value back for announce().
-  void hold(const T &value) { this->m_new_val = value; }
+  /// Holds \p value back for announce(); a later value held before then
+  /// replaces it, as a later write in one delta does.
+  void hold(const T &value) {
+    this->m_new_val = value;
+    m_Held = true;
+  }
+
+  /// Whether a value waits for announce().
+  bool held() const { return m_Held; }
 
   void announce() override {
+    m_Held = false;
     if constexpr (std::is_same_v<T, bool>) {
       if (this->m_reset_p) {
         // A reset acts through the kernel's own update.
@@ -178,6 +189,9 @@ public:
         return;
       }
     }
+    // Held back and set back again before the kernel saw it: no change.
+    if (this->m_new_val == this->m_cur_val)
+      return;
     this->m_cur_val = this->m_new_val;
     // event(), posedge() and negedge() read true in the delta that follows.
     this->m_change_stamp = this->simcontext()->change_stamp();
@@ -191,6 +205,8 @@ public:
   }
 
 private:
+  bool m_Held = false;
+
   // Between kernel entries the kernel is in its evaluation phase, where
   // an immediate notification makes the waiting processes runnable.
   static void wake(sc_core::sc_event *event) {

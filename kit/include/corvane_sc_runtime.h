@@ -72,6 +72,9 @@ struct KernelState {
   int64_t next_ps = -1;
   /// The latest simulation time that an evaluation reported.
   int64_t latest_ps = 0;
+  /// How many instances exist: with one, a crossing enters the kernel
+  /// itself, as nothing else can change in the same time step.
+  int instances = 0;
   /// How often the library has entered the kernel; what the model did
   /// (sc_stop() among it) can change only when this count moves.
   uint64_t entries = 0;
@@ -185,6 +188,46 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
   }
 }
 
+/// One crossing of an instance at simulation time \p now_ps for the keeper
+/// (corvane_sc_dpi.h): writes the inputs (\p write, through put()) and
+/// reads the outputs (\p read), without entering the kernel.  Returns 0; 3
+/// when the kernel has work in this time step (it has not started yet, or
+/// this crossing held back the first change that something waits on), for
+/// run(); -1 on an error, which error() describes.  Once the simulation has
+/// ended it only reads.  The one instance of a simulation is evaluate()d
+/// at once instead, as nothing else can cross in its time step: then 1
+/// when the model has stopped, and 4 when the kernel's next event moved.
+template <class Write, class Read> int cross(int64_t now_ps, Write write, Read read) {
+  // The time that end_simulation() brings the kernel to.
+  if (now_ps > kernel.latest_ps)
+    kernel.latest_ps = now_ps;
+  if (kernel.instances == 1 && kernel.started && !ended) {
+    const int64_t armed = kernel.next_ps;
+    int64_t next_ps = -1;
+    const int status = evaluate(now_ps, true, &next_ps, write, read);
+    return status == 0 && next_ps >= 0 && next_ps != armed ? 4 : status == 2 ? 0 : status;
+  }
+  try {
+    if (ended) {
+      read();
+      return 0;
+    }
+    const bool deferred = kernel.deferred;
+    write();
+    read();
+    return !kernel.started || (kernel.deferred && !deferred) ? 3 : 0;
+  } catch (...) {
+    return fail_current_exception();
+  }
+}
+
+/// The keeper's kernel entry at simulation time \p now_ps: starts the
+/// kernel the first time, runs its events due by now_ps, brings every input
+/// change held back by cross() to it and runs the delta cycles at now_ps.
+/// *next_ps is the kernel's next event, -1 when there is none.  Returns
+/// as evaluate() does.
+int run(int64_t now_ps, int64_t *next_ps);
+
 template <class T> struct same_type {
   using type = T;
 };
@@ -195,7 +238,12 @@ template <class T> struct same_type {
 /// update is pending on an input between evaluations, so an equal value
 /// changes nothing.  Whether the value changed.
 template <class T> inline bool put(PortChannel<T> &signal, const typename same_type<T>::type &value) {
-  if (signal.read() == value)
+  if (signal.held()) {
+    // Waits for deliver() already; the latest value is the one seen.
+    signal.hold(value);
+    return true;
+  }
+  if (signal.current() == value)
     return false;
   if (!running())
     signal.write(value);

@@ -79,6 +79,7 @@ using EntryPoint = void (*)();
     // With it, vlog_startup_routines, which vvp looks up.
     reinterpret_cast<EntryPoint>(&corvane_sc_vpi_register),
     reinterpret_cast<EntryPoint>(&corvane_sc_dpi_end),
+    reinterpret_cast<EntryPoint>(&corvane_sc_dpi_run),
 };
 
 } // namespace

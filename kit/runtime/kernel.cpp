@@ -65,6 +65,8 @@ corvane_sc_instance *instantiate(const char *module, const char *path) {
   corvane_sc_instance *instance = corvane_sc_instantiate(module, systemc_name(path).c_str());
   if (!instance)
     fail((std::string(path) + ": " + corvane_sc_last_error()).c_str());
+  else
+    ++kernel.instances;
   return instance;
 }
 
@@ -99,8 +101,11 @@ std::vector<DeferredInput *> &deferred() {
   return all;
 }
 
-/// Every entry into the kernel, counted.
+/// Every entry into the kernel, counted; none once the model has stopped
+/// the simulation (SystemC refuses them).
 void enter(const sc_core::sc_time &duration) {
+  if (corvane_sc::runtime::stopped())
+    return;
   ++kernel.entries;
   sc_core::sc_start(duration);
 }
@@ -122,7 +127,7 @@ void move_to(int64_t now_ps) {
 /// Runs the delta cycles at the current time until none is pending, then
 /// notes the next event.
 bool settle() {
-  for (long deltas = 0; sc_core::sc_pending_activity_at_current_time(); ++deltas) {
+  for (long deltas = 0; !stopped() && sc_core::sc_pending_activity_at_current_time(); ++deltas) {
     if (deltas == kMaxDeltas) {
       fail(("the model does not settle: " + std::to_string(kMaxDeltas) + " delta cycles at " +
             sc_core::sc_time_stamp().to_string())
@@ -186,6 +191,22 @@ bool catch_up_to_latest() {
     return true;
   move_to(k.latest_ps);
   return settle();
+}
+
+int run(int64_t now_ps, int64_t *next_ps) {
+  if (ended)
+    return *next_ps = -1, 2;
+  try {
+    const uint64_t entries = kernel.entries;
+    if (!catch_up(now_ps) || !deliver(now_ps))
+      return -1;
+    if (mirrorsAttached)
+      show_mirrors();
+    *next_ps = next_event_ps();
+    return kernel.entries != entries && stopped() ? end_state() : 0;
+  } catch (...) {
+    return fail_current_exception();
+  }
 }
 
 bool stopped() { return sc_core::sc_end_of_simulation_invoked() || sc_core::sc_get_status() == sc_core::SC_STOPPED; }

@@ -41,7 +41,9 @@ sim_tops() {
 sim_built() { [[ -x $build/obj/$top ]]; }
 
 sim_build() {
-  local options=(--binary --timing --timescale 1ps/1ps --top-module "$top" -Wno-fatal
+  # A chain of instances through the HDL takes a few rounds per instance
+  # in one time step, more than the default limit of 100 allows.
+  local options=(--binary --timing --timescale 1ps/1ps --top-module "$top" -Wno-fatal --converge-limit 100000
     --Mdir "$build/obj" -o "$top" -LDFLAGS "$work/libcorvanesc.so -Wl,-rpath,$work")
   local sources=("${files[@]}" "$work/$build/quillc_sim_fatal.cpp")
   # $fatal, a model's error among them, ends the program with status 1 as

@@ -79,38 +79,43 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
       if (is_output(port.shape)) {
         parameters += ", " + c_argument(c, true) + out;
         switch (c.form) {
-        case Crossing::Bit: reads += "        *" + out + " = " + p + "->read();\n"; break;
-        case Crossing::Logic: reads += "        *" + out + " = " + p + "->read().value();\n"; break;
+        case Crossing::Bit: reads += "        *" + out + " = " + p + "->current();\n"; break;
+        case Crossing::Logic: reads += "        *" + out + " = " + p + "->current().value();\n"; break;
         case Crossing::Word:
-          reads += "        corvane_sc::dpi::put_word(corvane_sc::runtime::to_u64(" + p + "->read()), " +
+          reads += "        corvane_sc::dpi::put_word(corvane_sc::runtime::to_u64(" + p + "->current()), " +
                    std::to_string(c.width) + ", " + out + ");\n";
           break;
         case Crossing::Bits:
           if (viaBits)
-            reads += "        ports->b" + n + " = " + p + "->read();\n        corvane_sc::dpi::to_words(ports->b" +
+            reads += "        ports->b" + n + " = " + p + "->current();\n        corvane_sc::dpi::to_words(ports->b" +
                      n + ", " + out + ");\n";
           else
-            reads += "        corvane_sc::dpi::to_words(" + p + "->read(), " + out + ");\n";
+            reads += "        corvane_sc::dpi::to_words(" + p + "->current(), " + out + ");\n";
           break;
-        case Crossing::LogicBits: reads += "        corvane_sc::dpi::to_logic(" + p + "->read(), " + out + ");\n"; break;
-        case Crossing::Real: reads += "        *" + out + " = " + p + "->read();\n"; break;
+        case Crossing::LogicBits: reads += "        corvane_sc::dpi::to_logic(" + p + "->current(), " + out + ");\n"; break;
+        case Crossing::Real: reads += "        *" + out + " = " + p + "->current();\n"; break;
         }
       }
     }
     const std::string table = "table" + std::to_string(m), name = "\"" + module.name + "\"";
     text += "\nnamespace {\n\nstruct " + ports + " {\n" + members + "};\n\nstd::vector<" + ports + "> &" + table +
-            "() {\n  static auto &all = *new std::vector<" + ports + ">;\n  return all;\n}\n\n} // namespace\n\n" +
+            " = *new std::vector<" + ports + ">;\n\n} // namespace\n\n" +
             "extern \"C\" int " + dpi_function(module, "new") + "(const char *path) {\n" +
             "  corvane_sc_instance *instance = corvane_sc::runtime::instantiate(" + name + ", path);\n" +
             "  " + ports + " ports{};\n" +
             "  if (!instance" + (binds.empty() ? "" : " ||\n      !(true" + binds + ")") + ")\n    return -1;\n" +
-            "  " + table + "().push_back(ports);\n" +
-            "  return static_cast<int>(" + table + "().size() - 1);\n}\n\n" +
+            "  " + table + ".push_back(ports);\n" +
+            "  return static_cast<int>(" + table + ".size() - 1);\n}\n\n" +
             "extern \"C\" int " + dpi_function(module, "eval") + "(int handle, int64_t now_ps, svBit run" +
             parameters + ", int64_t *next_ps) {\n" +
-            "  " + ports + " *ports = corvane_sc::runtime::find(" + table + "(), handle, " + name + ");\n" +
+            "  " + ports + " *ports = corvane_sc::runtime::find(" + table + ", handle, " + name + ");\n" +
             "  if (!ports)\n    return -1;\n" +
             "  return corvane_sc::runtime::evaluate(\n      now_ps, run, next_ps,\n      [&] {\n        bool written = false;\n" + writes +
+            "        return written;\n      },\n      [&] {\n" + reads + "      });\n}\n\n" +
+            "extern \"C\" int " + dpi_function(module, "cross") + "(int handle, int64_t now_ps" + parameters + ") {\n" +
+            "  " + ports + " *ports = corvane_sc::runtime::find(" + table + ", handle, " + name + ");\n" +
+            "  if (!ports)\n    return -1;\n" +
+            "  return corvane_sc::runtime::cross(\n      now_ps,\n      [&] {\n        bool written = false;\n" + writes +
             "        return written;\n      },\n      [&] {\n" + reads + "      });\n}\n";
   }
   return text;

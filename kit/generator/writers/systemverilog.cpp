@@ -19,13 +19,15 @@ constexpr char kHeader[] =
     "// time, X and Z, names and errors cross is told in corvane_sc_dpi.h.\n"
     "//\n"
     "// Each instance builds its model in the first statement of an initial\n"
-    "// block.  One keeper, the package below, stands for the one SystemC\n"
-    "// kernel: the first instance runs its wake-up, which first runs the\n"
-    "// kernel after a zero delay, when every initial block has begun, and\n"
-    "// then wakes every instance at the kernel's next event.  A # delay may\n"
-    "// count in another module's unit, so the wake-up measures the unit once\n"
-    "// (one precision step) before using it.  Without --timing, as in a lint,\n"
-    "// the wrapper has no timed parts.\n"
+    "// block, then crosses to it at every change of its inputs: the inputs go\n"
+    "// in, the outputs come back, and the kernel is not entered.  One keeper,\n"
+    "// the package below, stands for the one SystemC kernel: when a crossing\n"
+    "// finds work for the kernel, the keeper runs it once for every instance\n"
+    "// whose inputs changed in that time step, then has every instance read\n"
+    "// its outputs; its wake-up brings the kernel to the models' own events.\n"
+    "// A # delay may count in another module's unit, so the wake-up measures\n"
+    "// the unit once (one precision step) before using it.  Without --timing,\n"
+    "// as in a lint, the wrapper has no timed parts.\n"
     "`ifndef VERILATOR\n"
     "`define CORVANE_SC_TIMED\n"
     "`elsif VERILATOR_TIMING\n"
@@ -35,89 +37,131 @@ constexpr char kHeader[] =
     "// alone (DECLFILENAME, MULTITOP); shortreal is held as real (SHORTREAL);\n"
     "// port names are the model's and may be C++ words, which the simulator\n"
     "// renames in its own code (SYMRSVDWORD); outputs follow the model as a\n"
-    "// register would (COMBDLY); the evaluation reads every input, also on the\n"
-    "// model's own events (SYNCASYNCNET), and keeps the wake-up's time, read\n"
-    "// only by itself, with blocking writes (BLKSEQ).\n"
+    "// register would (COMBDLY); a crossing reads every input, also when the\n"
+    "// kernel ran (SYNCASYNCNET), and the keeper keeps its own state with\n"
+    "// blocking writes (BLKSEQ).\n"
     "// verilator lint_off DECLFILENAME\n"
     "// verilator lint_off MULTITOP\n"
     "// verilator lint_off SHORTREAL\n"
     "// verilator lint_off SYMRSVDWORD\n"
     "// verilator lint_off COMBDLY\n"
     "// verilator lint_off SYNCASYNCNET\n"
-    "// verilator lint_off BLKSEQ\n"
+    "// verilator lint_off BLKSEQ\n";
+
+constexpr char kKeeper[] =
     "\n"
     "package corvane_sc_keeper;\n"
-    "  // What every instance shares: the one kernel's next event and its wake-up.\n"
+    "  // What every instance shares: the one kernel, its next event and its\n"
+    "  // wake-up.\n"
     "  timeunit 1ps;\n"
     "  timeprecision 1ps;\n"
+    "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int corvane_sc_dpi_run(input longint now, output longint next);\n"
     "  import \"DPI-C\" function longint corvane_sc_dpi_next();\n"
+    "  import \"DPI-C\" function int corvane_sc_dpi_end();\n"
+    "  import \"DPI-C\" function string corvane_sc_dpi_error();\n"
+    "  // go: the kernel has work in this time step; tick: it ran, and every\n"
+    "  // instance reads its outputs.\n"
+    "  event go, tick;\n"
+    "  // Whether an instance leads: runs the kernel and the wake-up.\n"
+    "  bit led;\n"
     "`ifdef CORVANE_SC_TIMED\n"
-    "  // Every instance reads its outputs on it: the kernel has run events of\n"
-    "  // its own.\n"
-    "  event tick;\n"
-    "  bit started;\n"
-    "  // The kernel's next event in ps that a wake-up waits for, -1 for none;\n"
+    "  // The kernel's next event in ps that the wake-up waits for, -1 for none;\n"
     "  // picoseconds per unit of #; the longest wait that # counts right.\n"
     "  longint armed = -1;\n"
     "  real unit = 0, piece = 0;\n"
     "  event rearm;\n"
     "`endif\n"
     "\n"
-    "  // Arms a wake-up for the kernel's next event, next (ps), when it lies\n"
-    "  // before the one armed.\n"
-    "  function automatic void arm(longint next);\n"
-    "`ifdef CORVANE_SC_TIMED\n"
-    "    if (unit > 0 && next >= 0 && (armed < 0 || next < armed)) begin\n"
-    "      armed = next;\n"
-    "      -> rearm;\n"
-    "    end\n"
-    "`else\n"
-    "    // Without timing nothing waits.\n"
-    "    if (next < 0) return;\n"
-    "`endif\n"
-    "  endfunction\n"
+    "  // The keeper's work, in static methods: a class's methods are compiled\n"
+    "  // once, where a package's tasks would be copied into every instance.\n"
+    "  class Keeper;\n"
+    "    // What a crossing's or the kernel's status asks for: 3, a kernel run\n"
+    "    // in this time step; 4, the wake-up armed anew; 1, the end (the model\n"
+    "    // stopped); -1, an error.\n"
+    "    static function void after(int status);\n"
+    "      if (status < 0)\n"
+    "        $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
+    "      else if (status == 1)\n"
+    "        $finish;\n"
+    "      else if (status == 3)\n"
+    "        -> go;\n"
+    "      else if (status == 4)\n"
+    "        arm(corvane_sc_dpi_next());\n"
+    "    endfunction\n"
     "\n"
-    "`ifdef CORVANE_SC_TIMED\n"
-    "  // Run by the first instance: measures the unit of #, then keeps a\n"
-    "  // wake-up for the time armed last.\n"
-    "  task automatic keep();\n"
-    "    real was, probe = 1e-15;\n"
-    "    started = 1;\n"
-    "    forever begin\n"
-    "      was = $realtime;\n"
-    "      #(probe);\n"
+    "    // The kernel's entry for this time step, then every instance's read.\n"
+    "    static function void run();\n"
+    "      longint next;\n"
+    "      int status = corvane_sc_dpi_run($time, next);\n"
+    "      if (status == 1 || status < 0)\n"
+    "        after(status);\n"
     "      -> tick;\n"
-    "      if ($realtime > was)\n"
-    "        break;\n"
-    "      probe = probe * 10;\n"
-    "    end\n"
-    "    unit = ($realtime - was) / probe;\n"
-    "    // 2^31 precision units in ps.\n"
-    "    piece = ($realtime - was) * 2147483648.0;\n"
-    "    arm(corvane_sc_dpi_next());\n"
-    "    // A wake-up for the time armed last; one that an earlier time replaced\n"
-    "    // finds another time armed, and ends.  A delay computed at run time\n"
-    "    // counts modulo 2^32 precision units in some simulators: the wait\n"
-    "    // goes in pieces shorter than that.\n"
-    "    forever begin\n"
-    "      if (armed >= 0)\n"
-    "        fork\n"
-    "          begin\n"
-    "            automatic longint at = armed;\n"
-    "            while (at == armed && longint'($time) < at) begin\n"
-    "              automatic real left = real'(at - longint'($time));\n"
-    "              #((left < piece ? left : piece) / unit);\n"
-    "            end\n"
-    "            if (at == armed) begin\n"
-    "              armed = -1;\n"
-    "              -> tick;\n"
-    "            end\n"
-    "          end\n"
-    "        join_none\n"
-    "      @(rearm);\n"
-    "    end\n"
-    "  endtask\n"
+    "      arm(next);\n"
+    "    endfunction\n"
+    "\n"
+    "    // Arms the wake-up for the kernel's next event, next (ps), when it\n"
+    "    // lies before the one armed.\n"
+    "    static function void arm(longint next);\n"
+    "`ifdef CORVANE_SC_TIMED\n"
+    "      if (unit > 0 && next >= 0 && (armed < 0 || next < armed)) begin\n"
+    "        armed = next;\n"
+    "        -> rearm;\n"
+    "      end\n"
+    "`else\n"
+    "      // Without timing nothing waits.\n"
+    "      if (next < 0) return;\n"
     "`endif\n"
+    "    endfunction\n"
+    "\n"
+    "    // The testbench's end: the models' end_of_simulation, once.\n"
+    "    static function void finish();\n"
+    "      if (corvane_sc_dpi_end() < 0)\n"
+    "        $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
+    "    endfunction\n"
+    "`ifdef CORVANE_SC_TIMED\n"
+    "\n"
+    "    // Waits for the time armed, then has the kernel run, unless an\n"
+    "    // earlier time replaced it.  A delay computed at run time counts\n"
+    "    // modulo 2^32 precision units in some simulators: the wait goes in\n"
+    "    // pieces shorter than that.\n"
+    "    static task wait_armed();\n"
+    "      longint at = armed;\n"
+    "      real left;\n"
+    "      while (at == armed && longint'($time) < at) begin\n"
+    "        left = real'(at - longint'($time));\n"
+    "        #((left < piece ? left : piece) / unit);\n"
+    "      end\n"
+    "      if (at == armed) begin\n"
+    "        armed = -1;\n"
+    "        -> go;\n"
+    "      end\n"
+    "    endtask\n"
+    "\n"
+    "    // Run by the leading instance: measures the unit of #, then keeps a\n"
+    "    // wake-up for the time armed last.\n"
+    "    static task keep();\n"
+    "      real was, probe = 1e-15;\n"
+    "      forever begin\n"
+    "        was = $realtime;\n"
+    "        #(probe);\n"
+    "        if ($realtime > was)\n"
+    "          break;\n"
+    "        probe = probe * 10;\n"
+    "      end\n"
+    "      unit = ($realtime - was) / probe;\n"
+    "      // 2^31 precision units in ps.\n"
+    "      piece = ($realtime - was) * 2147483648.0;\n"
+    "      arm(corvane_sc_dpi_next());\n"
+    "      forever begin\n"
+    "        if (armed >= 0)\n"
+    "          fork\n"
+    "            wait_armed();\n"
+    "          join_none\n"
+    "        @(rearm);\n"
+    "      end\n"
+    "    endtask\n"
+    "`endif\n"
+    "  endclass\n"
     "endpackage\n";
 
 constexpr char kFooter[] =
@@ -158,7 +202,7 @@ std::string hidden(const std::string &body) {
 } // namespace
 
 std::string render_module_body(const WrapperModule &module) {
-  std::string imports, arguments, scratch, drives, seens, seenDecls, follows, sensitivity;
+  std::string imports, arguments, scratch, drives, sensitivity;
   for (const WrapperPort &port : module.ports) {
     if (!mapped(port))
       continue;
@@ -166,74 +210,61 @@ std::string render_module_body(const WrapperModule &module) {
     if (is_input(port.shape)) {
       imports += ",\n    input " + sv_argument(c, false) + " " + port.name;
       arguments += ", " + (c.form == Crossing::Word ? "64'(" + port.name + ")" : port.name);
-      sensitivity += (sensitivity.empty() ? "" : ", ") + port.name;
+      sensitivity += ", " + port.name;
     }
     if (is_output(port.shape)) {
       const std::string model = "sc$" + port.name;
       imports += ",\n    output " + sv_argument(c, true) + " " + model;
       arguments += ", " + model;
       scratch += "  " + sv_argument(c, true) + " " + model + ";\n";
-      const std::string &value = model;
-      if (port.shape.direction == PortDirection::InOut) {
-        scratch += "  assign " + port.name + " = " + value + ";\n";
-      } else {
-        // The output follows the model's value when it moved from the one
-        // seen last (the value after the instance was built, at first):
-        // in the evaluating process where inputs make one, else by itself.
-        follows += "  always @(" + model + ")\n    " + port.name + " <= " + value + ";\n";
-        const std::string seen = model + "$seen";
-        seenDecls += "  " + sv_argument(c, true) + " " + seen + ";\n";
-        seens += "    " + seen + " = " + model + ";\n";
-        drives += "      if (" + model + (c.form == Crossing::Real ? " != " : " !== ") + seen + ") begin\n        " +
-                  seen + " = " + model + ";\n        " + port.name + " <= " + model + ";\n      end\n";
-      }
+      // An inout's net is driven all the time; an output follows the model
+      // as a register would, so that a chain of instances through the HDL
+      // answers one step per region.
+      if (port.shape.direction == PortDirection::InOut)
+        scratch += "  assign " + port.name + " = " + model + ";\n";
+      else
+        drives += "      " + port.name + " <= " + model + ";\n";
     }
   }
-  const std::string eval = dpi_function(module, "eval");
-  std::string text =
-      "  timeunit 1ps;\n"
-      "  timeprecision 1ps;\n"
-      "  import \"DPI-C\" function int " + dpi_function(module, "new") + "(input string path);\n"
-      "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + eval +
-      "(input int sc$handle, input longint sc$now, input bit sc$run" + imports + ",\n    output longint sc$next);\n"
-      "  import \"DPI-C\" function string corvane_sc_dpi_error();\n\n"
-      "  int sc$handle = -1;\n" +
-      scratch + (sensitivity.empty() ? "" : seenDecls) +
-      "\n"
-      "  function automatic void sc$eval(bit sc$run);\n"
-      "    longint sc$next;\n"
-      "    int sc$status = " + eval + "(sc$handle, $time, sc$run" + arguments + ", sc$next);\n"
-      "    if (sc$status < 0)\n"
-      "      $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
-      "    if (sc$status == 1)\n"
-      "      $finish;\n"
-      "    corvane_sc_keeper::arm(sc$next);\n"
-      "  endfunction\n\n"
-      "  initial begin\n"
-      "    sc$handle = " + dpi_function(module, "new") + "($sformatf(\"%m\"));\n"
-      "    if (sc$handle < 0)\n"
-      "      $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
-      "    sc$eval(0);\n" +
-      (sensitivity.empty() ? "" : seens) +
-      "`ifdef CORVANE_SC_TIMED\n"
-      "    if (!corvane_sc_keeper::started)\n"
-      "      corvane_sc_keeper::keep();\n"
-      "`endif\n"
-      "  end\n";
-  // One process evaluates the model on the kernel's own events and on
-  // every input change, and drives the outputs it moved.
-  const std::string body = "    if (sc$handle >= 0) begin\n      sc$eval(1);\n" + drives + "    end\n";
-  if (sensitivity.empty())
-    text += "`ifdef CORVANE_SC_TIMED\n\n  always @(corvane_sc_keeper::tick)\n    if (sc$handle >= 0)\n      sc$eval(1);\n`endif\n" +
-            follows;
-  else
-    text += "\n  always @(\n`ifdef CORVANE_SC_TIMED\n      corvane_sc_keeper::tick or\n`endif\n      " + sensitivity +
-            ")\n" + body;
-  return text;
+  const std::string cross = dpi_function(module, "cross");
+  const std::string call = "    sc$status = " + cross + "(sc$handle, $time" + arguments + ");\n";
+  return "  timeunit 1ps;\n"
+         "  timeprecision 1ps;\n"
+         "  import \"DPI-C\" function int " + dpi_function(module, "new") + "(input string path);\n"
+         "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + cross + "(input int sc$handle, input longint sc$now" + imports + ");\n\n"
+         "  int sc$handle = -1, sc$status;\n"
+         "  bit sc$leads;\n" +
+         scratch +
+         "\n"
+         "  initial begin\n"
+         "    sc$handle = " + dpi_function(module, "new") + "($sformatf(\"%m\"));\n"
+         "    if (sc$handle < 0)\n"
+         "      corvane_sc_keeper::Keeper::after(-1);\n" +
+         call +
+         "    corvane_sc_keeper::Keeper::after(sc$status);\n" +
+         "    if (!corvane_sc_keeper::led) begin\n"
+         "      corvane_sc_keeper::led = 1;\n"
+         "      sc$leads = 1;\n"
+         "`ifdef CORVANE_SC_TIMED\n"
+         "      corvane_sc_keeper::Keeper::keep();\n"
+         "`endif\n"
+         "    end\n"
+         "  end\n\n"
+         "  // Every change of an input, and every kernel run, crosses.\n"
+         "  always @(corvane_sc_keeper::tick" + sensitivity + ")\n"
+         "    if (sc$handle >= 0) begin\n"
+         "  " + call +
+         "      if (sc$status != 0)\n"
+         "        corvane_sc_keeper::Keeper::after(sc$status);\n" +
+         drives +
+         "    end\n\n"
+         "  always @(corvane_sc_keeper::go)\n"
+         "    if (sc$leads)\n"
+         "      corvane_sc_keeper::Keeper::run();\n";
 }
 
 std::string render_wrappers(const std::vector<WrapperModule> &modules) {
-  std::string text = kHeader + render_mirrors_preamble();
+  std::string text = kHeader + render_mirrors_preamble() + kKeeper;
   for (const WrapperModule &module : modules) {
     text += "\nmodule " + module.name;
     if (module.ports.empty()) {

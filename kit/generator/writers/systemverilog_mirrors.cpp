@@ -95,7 +95,7 @@ std::string render_mirrors(const WrapperModule &module) {
   const std::string attach = dpi_function(module, "mirror");
   return text + "  /*verilator tracing_off*/\n  import \"DPI-C\" context function int " + attach +
          "(input string path);\n" + functions + "  initial\n    if (" + attach +
-         "($sformatf(\"%m\")) < 0)\n      $fatal(1, \"%s\", corvane_sc_dpi_error());\n"
+         "($sformatf(\"%m\")) < 0)\n      corvane_sc_keeper::Keeper::after(-1);\n"
          "  /*verilator tracing_on*/\n`endif\n";
 }
 

@@ -7,3 +7,4 @@ extern "C" const char *corvane_sc_dpi_error(void) { return corvane_sc::runtime::
 
 extern "C" int corvane_sc_dpi_end(void) { return corvane_sc::runtime::end_simulation(); }
 extern "C" int64_t corvane_sc_dpi_next(void) { return corvane_sc::runtime::next_event_ps(); }
+extern "C" int corvane_sc_dpi_run(int64_t now_ps, int64_t *next_ps) { return corvane_sc::runtime::run(now_ps, next_ps); }

@@ -4,13 +4,15 @@
 // time, X and Z, names and errors cross is told in corvane_sc_dpi.h.
 //
 // Each instance builds its model in the first statement of an initial
-// block.  One keeper, the package below, stands for the one SystemC
-// kernel: the first instance runs its wake-up, which first runs the
-// kernel after a zero delay, when every initial block has begun, and
-// then wakes every instance at the kernel's next event.  A # delay may
-// count in another module's unit, so the wake-up measures the unit once
-// (one precision step) before using it.  Without --timing, as in a lint,
-// the wrapper has no timed parts.
+// block, then crosses to it at every change of its inputs: the inputs go
+// in, the outputs come back, and the kernel is not entered.  One keeper,
+// the package below, stands for the one SystemC kernel: when a crossing
+// finds work for the kernel, the keeper runs it once for every instance
+// whose inputs changed in that time step, then has every instance read
+// its outputs; its wake-up brings the kernel to the models' own events.
+// A # delay may count in another module's unit, so the wake-up measures
+// the unit once (one precision step) before using it.  Without --timing,
+// as in a lint, the wrapper has no timed parts.
 `ifndef VERILATOR
 `define CORVANE_SC_TIMED
 `elsif VERILATOR_TIMING
@@ -20,9 +22,9 @@
 // alone (DECLFILENAME, MULTITOP); shortreal is held as real (SHORTREAL);
 // port names are the model's and may be C++ words, which the simulator
 // renames in its own code (SYMRSVDWORD); outputs follow the model as a
-// register would (COMBDLY); the evaluation reads every input, also on the
-// model's own events (SYNCASYNCNET), and keeps the wake-up's time, read
-// only by itself, with blocking writes (BLKSEQ).
+// register would (COMBDLY); a crossing reads every input, also when the
+// kernel ran (SYNCASYNCNET), and the keeper keeps its own state with
+// blocking writes (BLKSEQ).
 // verilator lint_off DECLFILENAME
 // verilator lint_off MULTITOP
 // verilator lint_off SHORTREAL
@@ -30,80 +32,6 @@
 // verilator lint_off COMBDLY
 // verilator lint_off SYNCASYNCNET
 // verilator lint_off BLKSEQ
-
-package corvane_sc_keeper;
-  // What every instance shares: the one kernel's next event and its wake-up.
-  timeunit 1ps;
-  timeprecision 1ps;
-  import "DPI-C" function longint corvane_sc_dpi_next();
-`ifdef CORVANE_SC_TIMED
-  // Every instance reads its outputs on it: the kernel has run events of
-  // its own.
-  event tick;
-  bit started;
-  // The kernel's next event in ps that a wake-up waits for, -1 for none;
-  // picoseconds per unit of #; the longest wait that # counts right.
-  longint armed = -1;
-  real unit = 0, piece = 0;
-  event rearm;
-`endif
-
-  // Arms a wake-up for the kernel's next event, next (ps), when it lies
-  // before the one armed.
-  function automatic void arm(longint next);
-`ifdef CORVANE_SC_TIMED
-    if (unit > 0 && next >= 0 && (armed < 0 || next < armed)) begin
-      armed = next;
-      -> rearm;
-    end
-`else
-    // Without timing nothing waits.
-    if (next < 0) return;
-`endif
-  endfunction
-
-`ifdef CORVANE_SC_TIMED
-  // Run by the first instance: measures the unit of #, then keeps a
-  // wake-up for the time armed last.
-  task automatic keep();
-    real was, probe = 1e-15;
-    started = 1;
-    forever begin
-      was = $realtime;
-      #(probe);
-      -> tick;
-      if ($realtime > was)
-        break;
-      probe = probe * 10;
-    end
-    unit = ($realtime - was) / probe;
-    // 2^31 precision units in ps.
-    piece = ($realtime - was) * 2147483648.0;
-    arm(corvane_sc_dpi_next());
-    // A wake-up for the time armed last; one that an earlier time replaced
-    // finds another time armed, and ends.  A delay computed at run time
-    // counts modulo 2^32 precision units in some simulators: the wait
-    // goes in pieces shorter than that.
-    forever begin
-      if (armed >= 0)
-        fork
-          begin
-            automatic longint at = armed;
-            while (at == armed && longint'($time) < at) begin
-              automatic real left = real'(at - longint'($time));
-              #((left < piece ? left : piece) / unit);
-            end
-            if (at == armed) begin
-              armed = -1;
-              -> tick;
-            end
-          end
-        join_none
-      @(rearm);
-    end
-  endtask
-`endif
-endpackage
 
 // Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,
 // each wrapper holds under it the model's own hierarchy for the
@@ -116,6 +44,120 @@ endpackage
 `else
 `define CORVANE_SC_CONTEXT
 `endif
+
+package corvane_sc_keeper;
+  // What every instance shares: the one kernel, its next event and its
+  // wake-up.
+  timeunit 1ps;
+  timeprecision 1ps;
+  import "DPI-C" `CORVANE_SC_CONTEXT function int corvane_sc_dpi_run(input longint now, output longint next);
+  import "DPI-C" function longint corvane_sc_dpi_next();
+  import "DPI-C" function int corvane_sc_dpi_end();
+  import "DPI-C" function string corvane_sc_dpi_error();
+  // go: the kernel has work in this time step; tick: it ran, and every
+  // instance reads its outputs.
+  event go, tick;
+  // Whether an instance leads: runs the kernel and the wake-up.
+  bit led;
+`ifdef CORVANE_SC_TIMED
+  // The kernel's next event in ps that the wake-up waits for, -1 for none;
+  // picoseconds per unit of #; the longest wait that # counts right.
+  longint armed = -1;
+  real unit = 0, piece = 0;
+  event rearm;
+`endif
+
+  // The keeper's work, in static methods: a class's methods are compiled
+  // once, where a package's tasks would be copied into every instance.
+  class Keeper;
+    // What a crossing's or the kernel's status asks for: 3, a kernel run
+    // in this time step; 4, the wake-up armed anew; 1, the end (the model
+    // stopped); -1, an error.
+    static function void after(int status);
+      if (status < 0)
+        $fatal(1, "%s", corvane_sc_dpi_error());
+      else if (status == 1)
+        $finish;
+      else if (status == 3)
+        -> go;
+      else if (status == 4)
+        arm(corvane_sc_dpi_next());
+    endfunction
+
+    // The kernel's entry for this time step, then every instance's read.
+    static function void run();
+      longint next;
+      int status = corvane_sc_dpi_run($time, next);
+      if (status == 1 || status < 0)
+        after(status);
+      -> tick;
+      arm(next);
+    endfunction
+
+    // Arms the wake-up for the kernel's next event, next (ps), when it
+    // lies before the one armed.
+    static function void arm(longint next);
+`ifdef CORVANE_SC_TIMED
+      if (unit > 0 && next >= 0 && (armed < 0 || next < armed)) begin
+        armed = next;
+        -> rearm;
+      end
+`else
+      // Without timing nothing waits.
+      if (next < 0) return;
+`endif
+    endfunction
+
+    // The testbench's end: the models' end_of_simulation, once.
+    static function void finish();
+      if (corvane_sc_dpi_end() < 0)
+        $fatal(1, "%s", corvane_sc_dpi_error());
+    endfunction
+`ifdef CORVANE_SC_TIMED
+
+    // Waits for the time armed, then has the kernel run, unless an
+    // earlier time replaced it.  A delay computed at run time counts
+    // modulo 2^32 precision units in some simulators: the wait goes in
+    // pieces shorter than that.
+    static task wait_armed();
+      longint at = armed;
+      real left;
+      while (at == armed && longint'($time) < at) begin
+        left = real'(at - longint'($time));
+        #((left < piece ? left : piece) / unit);
+      end
+      if (at == armed) begin
+        armed = -1;
+        -> go;
+      end
+    endtask
+
+    // Run by the leading instance: measures the unit of #, then keeps a
+    // wake-up for the time armed last.
+    static task keep();
+      real was, probe = 1e-15;
+      forever begin
+        was = $realtime;
+        #(probe);
+        if ($realtime > was)
+          break;
+        probe = probe * 10;
+      end
+      unit = ($realtime - was) / probe;
+      // 2^31 precision units in ps.
+      piece = ($realtime - was) * 2147483648.0;
+      arm(corvane_sc_dpi_next());
+      forever begin
+        if (armed >= 0)
+          fork
+            wait_armed();
+          join_none
+        @(rearm);
+      end
+    endtask
+`endif
+  endclass
+endpackage
 
 module counter (
   input bit clk,
