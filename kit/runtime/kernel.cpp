@@ -101,13 +101,17 @@ std::vector<DeferredInput *> &deferred() {
   return all;
 }
 
+/// Whether the model stopped the simulation in the kernel's last entry.
+bool halted = false;
+
 /// Every entry into the kernel, counted; none once the model has stopped
 /// the simulation (SystemC refuses them).
 void enter(const sc_core::sc_time &duration) {
-  if (corvane_sc::runtime::stopped())
+  if (halted)
     return;
   ++kernel.entries;
   sc_core::sc_start(duration);
+  halted = corvane_sc::runtime::stopped();
 }
 
 sc_core::sc_time to_time(int64_t ps) {
@@ -127,7 +131,7 @@ void move_to(int64_t now_ps) {
 /// Runs the delta cycles at the current time until none is pending, then
 /// notes the next event.
 bool settle() {
-  for (long deltas = 0; !stopped() && sc_core::sc_pending_activity_at_current_time(); ++deltas) {
+  for (long deltas = 0; !halted && sc_core::sc_pending_activity_at_current_time(); ++deltas) {
     if (deltas == kMaxDeltas) {
       fail(("the model does not settle: " + std::to_string(kMaxDeltas) + " delta cycles at " +
             sc_core::sc_time_stamp().to_string())
