@@ -19,14 +19,19 @@
  * starts, every call builds its instance of M for the Verilog instance
  * around it (its hierarchical name, as corvane_sc_dpi.h makes it a
  * SystemC name), so that all instances exist before the kernel first
- * runs.  The process evaluates the instance after a zero delay at time 0,
- * when every initial and always block has begun, and again whenever an
- * input changes: it brings the kernel to the current time, writes the
- * inputs, runs the delta cycles and writes the outputs, which reach the
- * ports through nonblocking assignments, as from a register.  When the
- * kernel has a timed event of its own to come, the instance asks the
- * simulator for a callback at that time (cbAfterDelay), where it
- * evaluates again; a callback is replaced only by an earlier one.
+ * runs.  The process calls the task after a zero delay at time 0, when
+ * every initial and always block has begun, and again whenever an input
+ * changes; the outputs reach the ports through nonblocking assignments, as
+ * from a register.  The one instance of a simulation is evaluated at once:
+ * the kernel is brought to the current time, the inputs written, the delta
+ * cycles run and the outputs written.  With more instances, a call writes
+ * the inputs without entering the kernel, and the first change in a time
+ * step that some process waits on asks for one kernel run at the end of
+ * the time step (cbReadWriteSynch): the changes of every instance in that
+ * step reach the kernel together, and every instance's outputs are written
+ * after it.  The kernel's own timed events have one callback (cbAfterDelay)
+ * at the next of them, where the kernel runs the same way; it is replaced
+ * only by an earlier one.
  *
  * Time.  wrapper.v declares `timescale 1ps/1ps, so the simulation's
  * precision is 1 ps or finer; SystemC's time is the simulation's, in

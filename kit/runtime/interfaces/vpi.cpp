@@ -55,9 +55,16 @@ struct Instance {
                                                    ///< as last written, and as VPI's a/b words.
   std::vector<size_t> offsets;                     ///< Each vector argument's first word.
   bool outputsWritten = false;
+};
+
+/// The one kernel's keeper: its wake-up for the models' own events, and
+/// the kernel run that the instances' input changes of one time step share.
+struct Keeper {
   int64_t armed = -1;          ///< The time of the pending wake-up, in picoseconds.
   vpiHandle wakeup = nullptr;  ///< Its callback.
+  bool running = false;        ///< Whether a kernel run waits for the end of the time step.
 };
+Keeper keeper;
 
 /// Set once the simulation is ending: no instance enters the kernel again.
 bool ended = false;
@@ -214,48 +221,108 @@ void write_outputs(Instance &in) {
 }
 
 PLI_INT32 wake(p_cb_data data);
+PLI_INT32 run_due(p_cb_data data);
 
-/// Asks for a wake-up at \p next_ps, the kernel's next event, unless one
-/// is pending at that time or before.
-void arm(Instance &in, int64_t next_ps, uint64_t now) {
-  if (next_ps < 0 || (in.armed >= 0 && next_ps >= in.armed) || uint64_t(next_ps) > UINT64_MAX / scale)
-    return;
-  if (in.wakeup)
-    vpi_remove_cb(in.wakeup);
-  const uint64_t at = uint64_t(next_ps) * scale, delay = at > now ? at - now : 1;
+/// A callback of \p reason after \p delay units, to \p routine.
+vpiHandle callback_after(PLI_INT32 reason, uint64_t delay, PLI_INT32 (*routine)(p_cb_data)) {
   s_vpi_time time{};
   time.type = vpiSimTime;
   time.high = static_cast<PLI_UINT32>(delay >> 32);
   time.low = static_cast<PLI_UINT32>(delay);
   s_cb_data callback{};
-  callback.reason = cbAfterDelay;
-  callback.cb_rtn = wake;
+  callback.reason = reason;
+  callback.cb_rtn = routine;
   callback.time = &time;
-  callback.user_data = reinterpret_cast<PLI_BYTE8 *>(&in);
-  in.wakeup = vpi_register_cb(&callback);
-  in.armed = next_ps;
+  return vpi_register_cb(&callback);
 }
 
+/// Asks for a wake-up at \p next_ps, the kernel's next event, unless one
+/// is pending at that time or before.
+void arm(int64_t next_ps, uint64_t now) {
+  if (next_ps < 0 || (keeper.armed >= 0 && next_ps >= keeper.armed) || uint64_t(next_ps) > UINT64_MAX / scale)
+    return;
+  if (keeper.wakeup)
+    vpi_remove_cb(keeper.wakeup);
+  const uint64_t at = uint64_t(next_ps) * scale;
+  keeper.wakeup = callback_after(cbAfterDelay, at > now ? at - now : 1, wake);
+  keeper.armed = next_ps;
+}
+
+std::vector<std::unique_ptr<Instance>> &instances();
+
+/// One evaluation of \p in through its glue: with \p run as the one
+/// instance of the simulation (the kernel runs at once), else as one of
+/// many (input changes that something waits on are held for the keeper's
+/// run).  False when the simulation ended.
+bool cross(Instance &in, bool run, uint64_t now, int64_t *next_ps) {
+  const int64_t now_ps = static_cast<int64_t>(now / scale);
+  // The time that the models' end_of_simulation sees.
+  corvane_sc::runtime::KernelState &kernel = corvane_sc::runtime::kernel;
+  if (now_ps > kernel.latest_ps)
+    kernel.latest_ps = now_ps;
+  const int status = in.module->eval(in.handle, now_ps, run, in.values.data(), next_ps);
+  if (status < 0)
+    return fail(in.path + ": " + corvane_sc::runtime::error()), false;
+  write_outputs(in);
+  if (status > 0)
+    return end(0), false;
+  return true;
+}
+
+/// What a call of $corvane_sc_eval does when an input of \p in changed.
+/// With one instance it evaluates it at once, as nothing else can change
+/// in its time step.  With more, the changes of every instance in a time
+/// step reach the kernel together: the first one that something waits on
+/// asks for the keeper's run at the end of the time step.
 void evaluate(Instance &in) {
   if (ended)
     return;
   read_inputs(in);
   const uint64_t now = now_units();
   int64_t next_ps = -1;
-  const int status = in.module->eval(in.handle, static_cast<int64_t>(now / scale), true, in.values.data(), &next_ps);
-  if (status < 0)
-    return fail(in.path + ": " + corvane_sc::runtime::error());
-  write_outputs(in);
-  if (status > 0)
-    return end(0);
-  arm(in, next_ps, now);
+  const bool alone = instances().size() == 1;
+  if (!cross(in, alone, now, &next_ps))
+    return;
+  if (alone)
+    return arm(next_ps, now);
+  const corvane_sc::runtime::KernelState &kernel = corvane_sc::runtime::kernel;
+  if ((kernel.deferred || !kernel.started) && !keeper.running) {
+    keeper.running = true;
+    callback_after(cbReadWriteSynch, 0, run_due);
+  }
 }
 
-PLI_INT32 wake(p_cb_data data) {
-  Instance &in = *reinterpret_cast<Instance *>(data->user_data);
-  in.wakeup = nullptr;
-  in.armed = -1;
-  evaluate(in);
+/// The keeper's kernel run: the models' own events due by now and the
+/// input changes held for it, then every instance's outputs.
+void run_kernel() {
+  if (ended)
+    return;
+  const uint64_t now = now_units();
+  int64_t next_ps = -1;
+  const int status = corvane_sc::runtime::run(static_cast<int64_t>(now / scale), &next_ps);
+  if (status < 0)
+    return fail(corvane_sc::runtime::error());
+  if (status > 0)
+    return end(0);
+  for (const std::unique_ptr<Instance> &in : instances()) {
+    // The inputs as written last: only the outputs move.
+    int64_t ignored;
+    if (!cross(*in, false, now, &ignored))
+      return;
+  }
+  arm(next_ps, now);
+}
+
+PLI_INT32 run_due(p_cb_data) {
+  keeper.running = false;
+  run_kernel();
+  return 0;
+}
+
+PLI_INT32 wake(p_cb_data) {
+  keeper.wakeup = nullptr;
+  keeper.armed = -1;
+  run_kernel();
   return 0;
 }
 
