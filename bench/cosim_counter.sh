@@ -97,21 +97,7 @@ awk -v a="$a" -v b="$b" -v c="$c" -v d="$d" -v n="$cycles" 'BEGIN {
 }'
 
 command -v gdb >/dev/null || exit 0
-# The kernel entries: a breakpoint on sc_start that counts and goes on.
 (cd "$scratch/a" && sed -e 's/repeat ([0-9]*)/repeat (1000)/' -e 's/module bench;/module entries;/' bench.sv >entries.sv &&
   "$QUILLC_PATH/bin/quillc-sim" entries.sv >/dev/null)
-cat >"$scratch/count.gdb" <<'EOF'
-set pagination off
-break main
-run
-break *&'sc_core::sc_start(sc_core::sc_time const&, sc_core::sc_starvation_policy)'
-commands
-silent
-continue
-end
-continue
-info breakpoints
-EOF
-entries=$(cd "$scratch/a" && gdb -q -batch -x "$scratch/count.gdb" sim_build/entries/obj/entries 2>&1 |
-  sed -n 's/.*already hit \([0-9]*\) time.*/\1/p' | tail -1)
+entries=$(kernel_entries "$scratch/a/sim_build/entries/obj/entries")
 awk -v e="$entries" 'BEGIN { printf "  kernel entries per clock cycle (1,000 cycles of (a)): %.2f\n", e / 1000 }'

@@ -4,7 +4,8 @@
 #   (b) the same SystemC counters under a pure SystemC testbench (sc_clock);
 #   (c) the same counter written in SystemVerilog, in the same Verilator.
 # For each N, prints each simulation's processor time (least of the runs)
-# and a/(b+c), whose target is 1.5 or less.  Then the build of 1,024
+# and a/(b+c), whose target is 1.5 or less; with gdb at hand, the kernel's
+# entries per clock cycle for 8 counters.  Then the build of 1,024
 # instances: quillc-sim's Verilator build against the same testbench over
 # the SystemVerilog counter (wall time, the largest process's peak memory,
 # the C++ that Verilator writes).
@@ -95,6 +96,16 @@ for n in $counts; do
   awk -v n="$n" -v a="$a" -v b="$b" -v c="$c" -v k="$cycles" \
     'BEGIN { printf "  %5d %9.3f %9.3f %9.3f %8.2f %12.1f\n", n, a, b, c, a / (b + c), a / n / k * 1e9 }'
 done
+
+if command -v gdb >/dev/null; then
+  # The kernel entries per clock cycle of 8 counters over 1,000 cycles:
+  # one time step's changes reach the kernel together, whatever the number
+  # of instances.
+  testbench 8 1000 | sed 's/module bench_8;/module entries;/' >"$scratch/a/entries.sv"
+  (cd "$scratch/a" && "$QUILLC_PATH/bin/quillc-sim" entries.sv >/dev/null)
+  entries=$(kernel_entries "$scratch/a/sim_build/entries/obj/entries")
+  awk -v e="$entries" 'BEGIN { printf "kernel entries per clock cycle, 8 counters (1,000 cycles of (a)): %.2f\n", e / 1000 }'
+fi
 
 [[ $built == 0 ]] && exit 0
 # The build of $built instances, as quillc-sim and as plain Verilator make it

@@ -9,6 +9,8 @@
 #       system, in seconds) of $runs runs of COMMAND in DIR.  What the run
 #       prints that matches $best_pattern (grep -o) is kept in
 #       $scratch/<DIR's name>.out and must be EXPECTED unless that is empty.
+#   kernel_entries PROGRAM          how often PROGRAM (a co-simulation)
+#       enters the SystemC kernel: the calls of sc_start, counted by gdb.
 
 best_pattern='count [0-9]*'
 
@@ -35,4 +37,22 @@ best() {
     fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
   done
   echo "$fastest"
+}
+
+kernel_entries() {
+  # A breakpoint on sc_start that counts and goes on.
+  cat >"$scratch/count.gdb" <<'EOF'
+set pagination off
+break main
+run
+break *&'sc_core::sc_start(sc_core::sc_time const&, sc_core::sc_starvation_policy)'
+commands
+silent
+continue
+end
+continue
+info breakpoints
+EOF
+  (cd "$(dirname "$1")" && gdb -q -batch -x "$scratch/count.gdb" "$1" 2>&1 |
+    sed -n 's/.*already hit \([0-9]*\) time.*/\1/p' | tail -1)
 }
