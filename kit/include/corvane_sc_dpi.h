@@ -36,15 +36,16 @@
  *
  *   int corvane_sc_dpi_M_eval(int handle, int64_t now_ps, svBit run,
  *                             <the inputs>, <the outputs>, int64_t *next_ps);
- *     One evaluation of the instance on its own at time now_ps, for an
- *     adapter that crosses one instance at a time (the VPI side): with run
- *     set it runs the kernel's own events due by now_ps, writes the
- *     inputs, and, when some process waits on a change among them, brings
- *     the kernel to now_ps and runs its delta cycles there until nothing is
- *     left to do; then it reads the outputs back.  Without run it only
- *     writes the inputs (before the kernel first runs) and reads the
- *     outputs.  *next_ps is the time of the kernel's next pending event, -1
- *     when there is none.  Returns 0; 1 when the model called sc_stop();
+ *     One evaluation of the instance at time now_ps, for an adapter that
+ *     keeps the kernel itself (the VPI side): with run set it runs the
+ *     kernel's own events due by now_ps, writes the inputs, and, when some
+ *     process waits on a change among them, brings the kernel to now_ps and
+ *     runs its delta cycles there until nothing is left to do; then it
+ *     reads the outputs back.  Without run it writes the inputs without
+ *     entering the kernel (a change that something waits on is held for
+ *     the kernel's next run, as corvane_sc_dpi_M_cross() holds it) and
+ *     reads the outputs.  *next_ps is the time of the kernel's next pending
+ *     event, -1 when there is none.  Returns 0; 1 when the model called sc_stop();
  *     2 once another call has returned 1, or after the end, without
  *     entering the kernel; -1 on an error.
  *
