@@ -7,8 +7,8 @@
  * corvane_sc_last_error()).
  *
  * For every exported module M the wrapper generator writes, into
- * sc_module/dpi_glue.cpp (compiled into the library by startup.cpp), three
- * functions:
+ * sc_module/dpi_glue.cpp (compiled into the library by startup.cpp), four
+ * functions (the last for modules with outputs):
  *
  *   int corvane_sc_dpi_M_new(const char *path);
  *     Builds an instance of M for the SystemVerilog instance whose
@@ -22,8 +22,8 @@
  *   int corvane_sc_dpi_M_cross(int handle, int64_t now_ps, <the inputs>,
  *                              <the outputs>);
  *     What wrapper.sv calls at time now_ps at every change of an
- *     instance's inputs and after every kernel run: writes the inputs and
- *     reads the outputs back, without entering the kernel.  Returns 0; 3
+ *     instance's inputs (and once when the instance is built): writes the
+ *     inputs and reads the outputs back, without entering the kernel.  Returns 0; 3
  *     when the kernel has work in this time step (it has not started, or
  *     this call held back the first input change that some process waits
  *     on), which the keeper does with corvane_sc_dpi_run() once every
@@ -33,6 +33,10 @@
  *     step and the call evaluates it at once, as corvane_sc_dpi_M_eval()
  *     does: then 1 when the model called sc_stop(), and 4 when the
  *     kernel's next event moved, for the keeper's wake-up.
+ *
+ *   void corvane_sc_dpi_M_read(int handle, <the outputs>);
+ *     Reads the outputs back, and nothing else: what every instance with
+ *     outputs calls after a kernel run.
  *
  *   int corvane_sc_dpi_M_eval(int handle, int64_t now_ps, svBit run,
  *                             <the inputs>, <the outputs>, int64_t *next_ps);
@@ -65,7 +69,7 @@
  * instance leads: a crossing that returns 3 triggers the keeper's event,
  * and the leader runs the kernel once when every process of that step has
  * crossed (one kernel entry for all the instances whose inputs changed
- * together), then has every instance cross again to read its outputs.
+ * together), then has every instance read its outputs.
  * Its wake-up waits for the kernel's next event and runs the kernel then.
  * Outputs change as a register's would, through nonblocking assignments;
  * a chain of instances through the HDL answers in the same time step,

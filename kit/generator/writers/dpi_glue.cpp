@@ -34,7 +34,7 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
   for (size_t m = 0; m < modules.size(); ++m) {
     const WrapperModule &module = modules[m];
     const std::string ports = "Ports" + std::to_string(m);
-    std::string members, binds, parameters, writes, reads;
+    std::string members, binds, parameters, outputs, writes, reads;
     for (size_t i = 0; i < module.ports.size(); ++i) {
       const WrapperPort &port = module.ports[i];
       if (!mapped(port))
@@ -78,6 +78,7 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
       }
       if (is_output(port.shape)) {
         parameters += ", " + c_argument(c, true) + out;
+        outputs += ", " + c_argument(c, true) + out;
         switch (c.form) {
         case Crossing::Bit: reads += "        *" + out + " = " + p + "->current();\n"; break;
         case Crossing::Logic: reads += "        *" + out + " = " + p + "->current().value();\n"; break;
@@ -117,6 +118,10 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
             "  if (!ports)\n    return -1;\n" +
             "  return corvane_sc::runtime::cross(\n      now_ps,\n      [&] {\n        bool written = false;\n" + writes +
             "        return written;\n      },\n      [&] {\n" + reads + "      });\n}\n";
+    if (!outputs.empty())
+      text += "\nextern \"C\" void " + dpi_function(module, "read") + "(int handle" + outputs + ") {\n" +
+              "  " + ports + " *ports = corvane_sc::runtime::find(" + table + ", handle, " + name + ");\n" +
+              "  if (ports) {\n" + reads + "  }\n}\n";
   }
   return text;
 }

@@ -37,16 +37,18 @@ constexpr char kHeader[] =
     "// alone (DECLFILENAME, MULTITOP); shortreal is held as real (SHORTREAL);\n"
     "// port names are the model's and may be C++ words, which the simulator\n"
     "// renames in its own code (SYMRSVDWORD); outputs follow the model as a\n"
-    "// register would (COMBDLY); a crossing reads every input, also when the\n"
-    "// kernel ran (SYNCASYNCNET), and the keeper keeps its own state with\n"
-    "// blocking writes (BLKSEQ).\n"
+    "// register would (COMBDLY), from the crossing at an input change and from\n"
+    "// the read after a kernel run (MULTIDRIVEN); a crossing reads every input\n"
+    "// (SYNCASYNCNET), and the keeper keeps its own state with blocking writes\n"
+    "// (BLKSEQ).\n"
     "// verilator lint_off DECLFILENAME\n"
     "// verilator lint_off MULTITOP\n"
     "// verilator lint_off SHORTREAL\n"
     "// verilator lint_off SYMRSVDWORD\n"
     "// verilator lint_off COMBDLY\n"
     "// verilator lint_off SYNCASYNCNET\n"
-    "// verilator lint_off BLKSEQ\n";
+    "// verilator lint_off BLKSEQ\n"
+    "// verilator lint_off MULTIDRIVEN\n";
 
 constexpr char kKeeper[] =
     "\n"
@@ -60,8 +62,10 @@ constexpr char kKeeper[] =
     "  import \"DPI-C\" function int corvane_sc_dpi_end();\n"
     "  import \"DPI-C\" function string corvane_sc_dpi_error();\n"
     "  // go: the kernel has work in this time step; tick: it ran, and every\n"
-    "  // instance reads its outputs.\n"
+    "  // instance with outputs reads them (none may have any: UNUSEDSIGNAL).\n"
+    "  // verilator lint_off UNUSEDSIGNAL\n"
     "  event go, tick;\n"
+    "  // verilator lint_on UNUSEDSIGNAL\n"
     "  // Whether an instance leads: runs the kernel and the wake-up.\n"
     "  bit led;\n"
     "`ifdef CORVANE_SC_TIMED\n"
@@ -165,6 +169,7 @@ constexpr char kKeeper[] =
     "endpackage\n";
 
 constexpr char kFooter[] =
+    "// verilator lint_on MULTIDRIVEN\n"
     "// verilator lint_on BLKSEQ\n"
     "// verilator lint_on SYNCASYNCNET\n"
     "// verilator lint_on COMBDLY\n"
@@ -202,7 +207,7 @@ std::string hidden(const std::string &body) {
 } // namespace
 
 std::string render_module_body(const WrapperModule &module) {
-  std::string imports, arguments, scratch, drives, sensitivity;
+  std::string imports, arguments, outputImports, outputArguments, scratch, drives, sensitivity;
   for (const WrapperPort &port : module.ports) {
     if (!mapped(port))
       continue;
@@ -216,6 +221,8 @@ std::string render_module_body(const WrapperModule &module) {
       const std::string model = "sc$" + port.name;
       imports += ",\n    output " + sv_argument(c, true) + " " + model;
       arguments += ", " + model;
+      outputImports += ",\n    output " + sv_argument(c, true) + " " + model;
+      outputArguments += ", " + model;
       scratch += "  " + sv_argument(c, true) + " " + model + ";\n";
       // An inout's net is driven all the time; an output follows the model
       // as a register would, so that a chain of instances through the HDL
@@ -226,39 +233,53 @@ std::string render_module_body(const WrapperModule &module) {
         drives += "      " + port.name + " <= " + model + ";\n";
     }
   }
-  const std::string cross = dpi_function(module, "cross");
+  const std::string cross = dpi_function(module, "cross"), read = dpi_function(module, "read");
   const std::string call = "    sc$status = " + cross + "(sc$handle, $time" + arguments + ");\n";
-  return "  timeunit 1ps;\n"
-         "  timeprecision 1ps;\n"
-         "  import \"DPI-C\" function int " + dpi_function(module, "new") + "(input string path);\n"
-         "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + cross + "(input int sc$handle, input longint sc$now" + imports + ");\n\n"
-         "  int sc$handle = -1, sc$status;\n"
-         "  bit sc$leads;\n" +
-         scratch +
-         "\n"
-         "  initial begin\n"
-         "    sc$handle = " + dpi_function(module, "new") + "($sformatf(\"%m\"));\n"
-         "    if (sc$handle < 0)\n"
-         "      corvane_sc_keeper::Keeper::after(-1);\n" +
-         call +
-         "    corvane_sc_keeper::Keeper::after(sc$status);\n" +
-         "    if (!corvane_sc_keeper::led) begin\n"
-         "      corvane_sc_keeper::led = 1;\n"
-         "      sc$leads = 1;\n"
-         "`ifdef CORVANE_SC_TIMED\n"
-         "      corvane_sc_keeper::Keeper::keep();\n"
-         "`endif\n"
-         "    end\n"
-         "  end\n\n"
-         "  // Every change of an input, and every kernel run, crosses.\n"
-         "  always @(corvane_sc_keeper::tick" + sensitivity + ")\n"
-         "    if (sc$handle >= 0) begin\n"
-         "  " + call +
-         "      if (sc$status != 0)\n"
-         "        corvane_sc_keeper::Keeper::after(sc$status);\n" +
-         drives +
-         "    end\n\n"
-         "  always @(corvane_sc_keeper::go)\n"
+  std::string text =
+      "  timeunit 1ps;\n"
+      "  timeprecision 1ps;\n"
+      "  import \"DPI-C\" function int " + dpi_function(module, "new") + "(input string path);\n"
+      "  import \"DPI-C\" `CORVANE_SC_CONTEXT function int " + cross + "(input int sc$handle, input longint sc$now" +
+      imports + ");\n" +
+      (outputImports.empty() ? "" : "  import \"DPI-C\" function void " + read + "(input int sc$handle" + outputImports + ");\n") +
+      "\n"
+      "  int sc$handle = -1, sc$status;\n"
+      "  bit sc$leads;\n" +
+      scratch +
+      "\n"
+      "  initial begin\n"
+      "    sc$handle = " + dpi_function(module, "new") + "($sformatf(\"%m\"));\n"
+      "    if (sc$handle < 0)\n"
+      "      corvane_sc_keeper::Keeper::after(-1);\n" +
+      call +
+      "    corvane_sc_keeper::Keeper::after(sc$status);\n"
+      "    if (!corvane_sc_keeper::led) begin\n"
+      "      corvane_sc_keeper::led = 1;\n"
+      "      sc$leads = 1;\n"
+      "`ifdef CORVANE_SC_TIMED\n"
+      "      corvane_sc_keeper::Keeper::keep();\n"
+      "`endif\n"
+      "    end\n"
+      "  end\n";
+  if (!sensitivity.empty())
+    text += "\n  // Every change of an input crosses.\n"
+            "  always @(" + sensitivity.substr(2) + ")\n"
+            "    if (sc$handle >= 0) begin\n"
+            "  " + call +
+            "      if (sc$status != 0)\n"
+            "        corvane_sc_keeper::Keeper::after(sc$status);\n" +
+            drives +
+            "    end\n";
+  // After each kernel run the outputs are read, and only they: what a read
+  // does not touch of the model costs nothing.
+  if (!outputImports.empty())
+    text += "\n  always @(corvane_sc_keeper::tick)\n"
+            "    if (sc$handle >= 0) begin\n"
+            "      " + read + "(sc$handle" + outputArguments + ");\n" +
+            drives +
+            "    end\n";
+  return text +
+         "\n  always @(corvane_sc_keeper::go)\n"
          "    if (sc$leads)\n"
          "      corvane_sc_keeper::Keeper::run();\n";
 }

@@ -22,9 +22,10 @@
 // alone (DECLFILENAME, MULTITOP); shortreal is held as real (SHORTREAL);
 // port names are the model's and may be C++ words, which the simulator
 // renames in its own code (SYMRSVDWORD); outputs follow the model as a
-// register would (COMBDLY); a crossing reads every input, also when the
-// kernel ran (SYNCASYNCNET), and the keeper keeps its own state with
-// blocking writes (BLKSEQ).
+// register would (COMBDLY), from the crossing at an input change and from
+// the read after a kernel run (MULTIDRIVEN); a crossing reads every input
+// (SYNCASYNCNET), and the keeper keeps its own state with blocking writes
+// (BLKSEQ).
 // verilator lint_off DECLFILENAME
 // verilator lint_off MULTITOP
 // verilator lint_off SHORTREAL
@@ -32,6 +33,7 @@
 // verilator lint_off COMBDLY
 // verilator lint_off SYNCASYNCNET
 // verilator lint_off BLKSEQ
+// verilator lint_off MULTIDRIVEN
 
 // Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,
 // each wrapper holds under it the model's own hierarchy for the
@@ -55,8 +57,10 @@ package corvane_sc_keeper;
   import "DPI-C" function int corvane_sc_dpi_end();
   import "DPI-C" function string corvane_sc_dpi_error();
   // go: the kernel has work in this time step; tick: it ran, and every
-  // instance reads its outputs.
+  // instance with outputs reads them (none may have any: UNUSEDSIGNAL).
+  // verilator lint_off UNUSEDSIGNAL
   event go, tick;
+  // verilator lint_on UNUSEDSIGNAL
   // Whether an instance leads: runs the kernel and the wake-up.
   bit led;
 `ifdef CORVANE_SC_TIMED
@@ -167,6 +171,7 @@ module counter (
 );
 endmodule
 
+// verilator lint_on MULTIDRIVEN
 // verilator lint_on BLKSEQ
 // verilator lint_on SYNCASYNCNET
 // verilator lint_on COMBDLY
