@@ -161,7 +161,8 @@ template <class T> bool bind(corvane_sc_instance *instance, int index, PortChann
 /// through put()), brings the changes that something waits on to the
 /// kernel and runs its delta cycles at now_ps, and reads the outputs
 /// (\p read); without it it only writes (holding back for the next run()
-/// what something waits on) and reads.  *next_ps is the kernel's next event, -1 when there is none.
+/// what something waits on) and reads.  *next_ps is the kernel's next
+/// event, -1 when there is none.
 /// Returns 0, 1 when the model has stopped the simulation, -1 on an error,
 /// which error() describes; 2 once the simulation has ended (end_state()),
 /// without touching the model.
