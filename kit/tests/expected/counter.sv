@@ -38,9 +38,9 @@
 // Built with CORVANE_SC_MIRRORS defined, as quillc-sim --trace builds it,
 // each wrapper holds under it the model's own hierarchy for the
 // waveform: sub-modules as scopes, signals and the sub-modules' ports as
-// variables that the library sets when the model changes them, from
-// any instance's evaluation; the wrapper's own workings are kept out
-// of the waveform.
+// variables that the library sets when the model changes them, after
+// each kernel run; the wrapper's own workings are kept out of the
+// waveform.
 `ifdef CORVANE_SC_MIRRORS
 `define CORVANE_SC_CONTEXT context
 `else
