@@ -45,14 +45,7 @@ EOF
 testbench >"$scratch/a/bench.sv"
 testbench >"$scratch/c/bench.sv"
 testbench | sed 's/module bench;/module traced;/' >"$scratch/a/traced.sv"
-cat >"$scratch/c/counter.sv" <<'EOF'
-`timescale 1ns/1ps
-module counter(input bit clk, input bit reset, input bit enable, output bit [7:0] count);
-  always_ff @(posedge clk)
-    if (reset) count <= 0;
-    else if (enable) count <= count + 1;
-endmodule
-EOF
+sv_counter >"$scratch/c/counter.sv"
 cat >"$scratch/b/main.cpp" <<EOF
 #include "counter.cpp"
 int sc_main(int, char *[]) {

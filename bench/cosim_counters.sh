@@ -22,14 +22,7 @@ built=${5:-1024}
 mkdir -p "$scratch/a" "$scratch/b" "$scratch/c"
 cp "$root/examples/counter/counter.cpp" "$scratch/a/"
 cp "$root/examples/counter/counter.cpp" "$scratch/b/"
-cat >"$scratch/c/counter.sv" <<'EOF'
-`timescale 1ns/1ps
-module counter(input bit clk, input bit reset, input bit enable, output bit [7:0] count);
-  always_ff @(posedge clk)
-    if (reset) count <= 0;
-    else if (enable) count <= count + 1;
-endmodule
-EOF
+sv_counter >"$scratch/c/counter.sv"
 
 # One testbench for (a) and (c): N counters, the clock, the last count.
 testbench() {

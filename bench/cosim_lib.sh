@@ -9,6 +9,8 @@
 #       system, in seconds) of $runs runs of COMMAND in DIR.  What the run
 #       prints that matches $best_pattern (grep -o) is kept in
 #       $scratch/<DIR's name>.out and must be EXPECTED unless that is empty.
+#   sv_counter                      the counter example written in
+#       SystemVerilog, on standard output: the twin of the SystemC model.
 #   kernel_entries PROGRAM          how often PROGRAM (a co-simulation)
 #       enters the SystemC kernel: the calls of sc_start, counted by gdb.
 
@@ -37,6 +39,17 @@ best() {
     fastest=$(awk -v t="$seconds" -v f="${fastest:-1e9}" 'BEGIN { print (t < f ? t : f) }')
   done
   echo "$fastest"
+}
+
+sv_counter() {
+  cat <<'EOF'
+`timescale 1ns/1ps
+module counter(input bit clk, input bit reset, input bit enable, output bit [7:0] count);
+  always_ff @(posedge clk)
+    if (reset) count <= 0;
+    else if (enable) count <= count + 1;
+endmodule
+EOF
 }
 
 kernel_entries() {

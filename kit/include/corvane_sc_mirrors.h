@@ -6,9 +6,8 @@
 /// buffer of the model and every port of its sub-modules that the wrapper
 /// can carry, a variable of the wrapper that the runtime sets at the
 /// simulation time at which the model changed the object.  One core knows
-/// what changed (after every evaluation, whichever instance's evaluation
-/// ran the kernel); each simulator interface has its own way to the
-/// variable:
+/// what changed (after every entry into the kernel, whoever made it);
+/// each simulator interface has its own way to the variable:
 ///   - DPI-C (wrapper.sv, built with CORVANE_SC_MIRRORS defined): a
 ///     function per variable that the wrapper exports, attached once per
 ///     instance with the generated corvane_sc_dpi_<module>_mirror(path).
@@ -95,7 +94,7 @@ int attach(const char *path, std::vector<std::unique_ptr<Mirror>> mirrors);
 
 /// Attaches mirrors whose targets the simulator's interface has found
 /// already (each one's function): the core that every interface shares,
-/// which shows what changed after every evaluation.  \p setScope, when
+/// which shows what changed after every entry into the kernel.  \p setScope, when
 /// not null, is called with \p scope around the instance's mirrors and
 /// with what it returned after them.
 void attach_resolved(const char *path, void *scope, void *(*setScope)(void *),

@@ -6,7 +6,6 @@
 
 #include <systemc>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>

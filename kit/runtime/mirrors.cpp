@@ -1,7 +1,6 @@
 // The runtime side of the mirrors (corvane_sc_mirrors.h): the attached
-// instances, and after every evaluation the values that changed, sent to
-// the variables of every instance, whichever instance's evaluation ran
-// the kernel.
+// instances, and after every entry into the kernel the values that
+// changed, sent to the variables of every instance.
 
 #include "kit/include/corvane_sc_mirrors.h"
 

@@ -15,8 +15,9 @@ namespace corvane_sc {
 /// end-of-simulation callbacks.
 std::string render_module_end(const WrapperModule &module);
 
-/// What the file's header says and defines for the mirrors: the
-/// evaluation is a context import when they are compiled, since it sets
+/// What the file's header says and defines for the mirrors: the kernel's
+/// run and the crossing (which runs the kernel for the one instance of a
+/// simulation) are context imports when they are compiled, since they set
 /// them in any instance.
 std::string render_mirrors_preamble();
 

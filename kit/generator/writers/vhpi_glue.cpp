@@ -75,36 +75,36 @@ std::string render_vhpi_glue(const std::vector<WrapperModule> &modules) {
       if (is_output(port.shape)) {
         parameters += ", " + c_argument(c, true) + out;
         switch (c.form) {
-        case Crossing::Bit: reads += "        *" + out + " = " + vhpi + "to_bit(" + p + "->read());\n"; break;
-        case Crossing::Logic: reads += "        *" + out + " = " + vhpi + "to_logic(" + p + "->read().value());\n"; break;
+        case Crossing::Bit: reads += "        *" + out + " = " + vhpi + "to_bit(" + p + "->current());\n"; break;
+        case Crossing::Logic: reads += "        *" + out + " = " + vhpi + "to_logic(" + p + "->current().value());\n"; break;
         case Crossing::Word:
-          reads += "        " + vhpi + "to_word(" + core + "to_u64(" + p + "->read()), " + width + ", " + out + ");\n";
+          reads += "        " + vhpi + "to_word(" + core + "to_u64(" + p + "->current()), " + width + ", " + out + ");\n";
           break;
         case Crossing::Bits:
           if (viaBits)
-            reads += "        ports->b" + n + " = " + p + "->read();\n        " + vhpi + "to_bits(ports->b" + n + ", " +
+            reads += "        ports->b" + n + " = " + p + "->current();\n        " + vhpi + "to_bits(ports->b" + n + ", " +
                      out + ");\n";
           else
-            reads += "        " + vhpi + "to_bits(" + p + "->read(), " + out + ");\n";
+            reads += "        " + vhpi + "to_bits(" + p + "->current(), " + out + ");\n";
           break;
-        case Crossing::LogicBits: reads += "        " + vhpi + "to_logic_bits(" + p + "->read(), " + out + ");\n"; break;
-        case Crossing::Real: reads += "        *" + out + " = " + p + "->read();\n"; break;
+        case Crossing::LogicBits: reads += "        " + vhpi + "to_logic_bits(" + p + "->current(), " + out + ");\n"; break;
+        case Crossing::Real: reads += "        *" + out + " = " + p + "->current();\n"; break;
         }
       }
     }
     const std::string table = "vhpi_table" + std::to_string(m), name = "\"" + module.name + "\"";
     text += "\nnamespace {\n\nstruct " + ports + " {\n" + members + "};\n\nstd::vector<" + ports + "> &" + table +
-            "() {\n  static auto &all = *new std::vector<" + ports + ">;\n  return all;\n}\n\n} // namespace\n\n" +
+            " = *new std::vector<" + ports + ">;\n\n} // namespace\n\n" +
             "extern \"C\" void " + vhpi_function(module, "new") +
             "(const corvane_sc_vhpi_string *path, int64_t ps, int32_t *handle) {\n" +
             "  corvane_sc_instance *instance = " + vhpi + "instantiate(" + name + ", path, ps);\n" +
             "  " + ports + " ports{};\n" + "  *handle = -1;\n" +
             "  if (!instance" + (binds.empty() ? "" : " ||\n      !(true" + binds + ")") + ")\n    return;\n" +
-            "  " + table + "().push_back(ports);\n" +
-            "  *handle = static_cast<int32_t>(" + table + "().size() - 1);\n}\n\n" +
+            "  " + table + ".push_back(ports);\n" +
+            "  *handle = static_cast<int32_t>(" + table + ".size() - 1);\n}\n\n" +
             "extern \"C\" void " + vhpi_function(module, "eval") + "(int32_t handle, int64_t now, uint8_t run" +
             parameters + ", uint8_t *wake, int64_t *after, int32_t *status) {\n" +
-            "  " + ports + " *ports = " + core + "find(" + table + "(), handle, " + name + ");\n" +
+            "  " + ports + " *ports = " + core + "find(" + table + ", handle, " + name + ");\n" +
             "  if (!ports) {\n    *status = -1;\n    return;\n  }\n" +
             "  *status = " + vhpi + "evaluate(\n      now, run, wake, after,\n      [&] {\n        bool written = false;\n" +
             writes + "        return written;\n      },\n      [&] {\n" + reads + "      });\n}\n";

@@ -248,7 +248,11 @@ void arm(int64_t next_ps, uint64_t now) {
   keeper.armed = next_ps;
 }
 
-std::vector<std::unique_ptr<Instance>> &instances();
+/// Every instance, in the order vvp compiled their calls.
+std::vector<std::unique_ptr<Instance>> &instances() {
+  static auto &all = *new std::vector<std::unique_ptr<Instance>>;
+  return all;
+}
 
 /// One evaluation of \p in through its glue: with \p run as the one
 /// instance of the simulation (the kernel runs at once), else as one of
@@ -324,11 +328,6 @@ PLI_INT32 wake(p_cb_data) {
   keeper.armed = -1;
   run_kernel();
   return 0;
-}
-
-std::vector<std::unique_ptr<Instance>> &instances() {
-  static auto &all = *new std::vector<std::unique_ptr<Instance>>;
-  return all;
 }
 
 /// Whether \p nets are what the glue of \p module reads and writes: as
