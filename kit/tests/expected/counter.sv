@@ -102,7 +102,7 @@ package corvane_sc_keeper;
     // lies before the one armed.
     static function void arm(longint next);
 `ifdef CORVANE_SC_TIMED
-      if (unit > 0 && next >= 0 && (armed < 0 || next < armed)) begin
+      if (next >= 0 && (armed < 0 || next < armed)) begin
         armed = next;
         -> rearm;
       end
@@ -119,44 +119,33 @@ package corvane_sc_keeper;
     endfunction
 `ifdef CORVANE_SC_TIMED
 
-    // Waits for the time armed, then has the kernel run, unless an
-    // earlier time replaced it.  A delay computed at run time counts
-    // modulo 2^32 precision units in some simulators: the wait goes in
-    // pieces shorter than that.
+    // Started by the leading instance at every arming: waits for the
+    // time armed, then has the kernel run, unless an earlier time
+    // replaced it.  The first wait measures the unit of # (one precision
+    // step).  A delay computed at run time counts modulo 2^32 precision
+    // units in some simulators: the wait goes in pieces shorter than that.
+    // Nothing waits while nothing is armed, which costs a simulator's
+    // scheduler nothing.
     static task wait_armed();
       longint at = armed;
-      real left;
-      while (at == armed && longint'($time) < at) begin
+      real was, probe = 1e-15, left;
+      while (unit == 0) begin
+        was = $realtime;
+        #(probe);
+        if ($realtime > was) begin
+          unit = ($realtime - was) / probe;
+          // 2^31 precision units in ps.
+          piece = ($realtime - was) * 2147483648.0;
+        end
+        probe = probe * 10;
+      end
+      while (at >= 0 && at == armed && longint'($time) < at) begin
         left = real'(at - longint'($time));
         #((left < piece ? left : piece) / unit);
       end
-      if (at == armed) begin
+      if (at >= 0 && at == armed) begin
         armed = -1;
         -> go;
-      end
-    endtask
-
-    // Run by the leading instance: measures the unit of #, then keeps a
-    // wake-up for the time armed last.
-    static task keep();
-      real was, probe = 1e-15;
-      forever begin
-        was = $realtime;
-        #(probe);
-        if ($realtime > was)
-          break;
-        probe = probe * 10;
-      end
-      unit = ($realtime - was) / probe;
-      // 2^31 precision units in ps.
-      piece = ($realtime - was) * 2147483648.0;
-      arm(corvane_sc_dpi_next());
-      forever begin
-        if (armed >= 0)
-          fork
-            wait_armed();
-          join_none
-        @(rearm);
       end
     endtask
 `endif
