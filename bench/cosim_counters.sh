@@ -113,6 +113,7 @@ measure() {
 }
 read -r at am < <(measure "$scratch/a" "$QUILLC_PATH/bin/quillc-sim" "bench_$built.sv")
 read -r ct cm < <(measure "$scratch/c" verilator --binary --timing --timescale 1ps/1ps --top-module "bench_$built" \
+  --converge-limit 100000 --output-split-cfuncs 1000 \
   -Wno-fatal --Mdir "obj_$built" -o "bench_$built" -j "$(nproc)" "bench_$built.sv" counter.sv)
 as=$(cat "$scratch/a/sim_build/bench_$built/obj/"*.cpp | wc -c)
 cs=$(cat "$scratch/c/obj_$built/"*.cpp | wc -c)

@@ -42,8 +42,12 @@ sim_built() { [[ -x $build/obj/$top ]]; }
 
 sim_build() {
   # A chain of instances through the HDL takes a few rounds per instance
-  # in one time step, more than the default limit of 100 allows.
+  # in one time step, more than the default limit of 100 allows.  The
+  # instances woken by one clock share one C++ function, and the compiler
+  # takes far longer over one function of a thousand crossings than over
+  # pieces of it.
   local options=(--binary --timing --timescale 1ps/1ps --top-module "$top" -Wno-fatal --converge-limit 100000
+    --output-split-cfuncs 1000
     --Mdir "$build/obj" -o "$top" -LDFLAGS "$work/libcorvanesc.so -Wl,-rpath,$work")
   local sources=("${files[@]}" "$work/$build/quillc_sim_fatal.cpp")
   # $fatal, a model's error among them, ends the program with status 1 as
