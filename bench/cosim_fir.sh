@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# A model whose own work dominates: a FIR filter of 256 taps taking one
+# A model whose own work dominates: a FIR filter of 256 taps (or more) taking one
 # sample per clock cycle, over 1,000,000 samples, two ways in one run:
 #   (a) the SystemC filter inside Verilator through quillc-sim, a
 #       SystemVerilog testbench driving the samples;
@@ -8,14 +8,17 @@
 # Prints each simulation's processor time (builds excluded; least of the
 # runs) and a/b, whose target is 1.1 or less.
 #
-#   bench/cosim_fir.sh [build-dir] [samples] [runs]   (defaults: build, 1000000, 3)
+#   bench/cosim_fir.sh [build-dir] [samples] [runs] [taps]
+#   (defaults: build, 1000000, 3, 256; the more taps, the more the model's
+#   own work outweighs the crossings and the testbench)
 set -euo pipefail
 # shellcheck source=bench/cosim_lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/cosim_lib.sh"
 cosim_bench cosim_fir 1000000 "$@"
 samples=$count
+taps=${4:-256}
 mkdir -p "$scratch/a" "$scratch/b"
-cat >"$scratch/a/fir.cpp" <<'EOF'
+cat >"$scratch/a/fir.cpp" <<EOF
 #include "systemc.h"
 
 // One sample in per rising clock edge, the filtered sample out.
@@ -23,7 +26,7 @@ SC_MODULE(fir) {
   sc_in<bool> clk;
   sc_in<sc_int<16>> x;
   sc_out<sc_int<48>> y;
-  static constexpr int kTaps = 256;
+  static constexpr int kTaps = $taps;
   sc_int<16> taps[kTaps], coeff[kTaps];
   void step() {
     for (int i = kTaps - 1; i > 0; --i)
@@ -111,8 +114,8 @@ if ! cmp -s "$scratch/a.out" "$scratch/b.out"; then
   echo "cosim_fir: the two filters disagree: $(cat "$scratch/a.out") / $(cat "$scratch/b.out")" >&2
   exit 1
 fi
-awk -v a="$a" -v b="$b" -v n="$samples" -v y="$(cat "$scratch/a.out")" 'BEGIN {
-  printf "FIR filter of 256 taps, %d samples (processor time, least of the runs; %s):\n", n, y
+awk -v a="$a" -v b="$b" -v t="$taps" -v n="$samples" -v y="$(cat "$scratch/a.out")" 'BEGIN {
+  printf "FIR filter of %d taps, %d samples (processor time, least of the runs; %s):\n", t, n, y
   printf "  (a) SystemC model in Verilator through quillc-sim  %7.3f s\n", a
   printf "  (b) SystemC model, pure SystemC testbench         %7.3f s\n", b
   printf "  a/b = %.2f (target: 1.1 or less)\n", a / b
