@@ -124,8 +124,6 @@ package corvane_sc_keeper;
     // replaced it.  The first wait measures the unit of # (one precision
     // step).  A delay computed at run time counts modulo 2^32 precision
     // units in some simulators: the wait goes in pieces shorter than that.
-    // Nothing waits while nothing is armed, which costs a simulator's
-    // scheduler nothing.
     static task wait_armed();
       longint at = armed;
       real was, probe = 1e-15, left;
