@@ -218,7 +218,7 @@ class Cosim(QuillcRun):
 
     def test_ns_testbench_then_the_models_error_ends_it(self):
         run = self.simulate("cosim_tb.sv")
-        self.assertChecks(run.stdout, 29)
+        self.assertChecks(run.stdout, 30)
         self.assertIn("Error: guard: 255 is not a value this model takes\nIn file: ../cosim.cpp:", run.stdout)
         # An ordinary failure, not an abort.
         self.assertEqual(run.returncode, 1)

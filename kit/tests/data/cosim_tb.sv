@@ -35,6 +35,8 @@ module cosim_tb;
   initial begin
     realtime at;
     #1 check("tie-off and x+1 at 1 ns: sum", 64'(sum), 6);
+    // The model's sc_logic starts as X; the testbench's 0 reaches it.
+    check("bit_out from bit_in's first 0", 128'(bit_out), 0);
     x = 10;
     at = $realtime;
     @(sum) check("same time step", 64'($realtime == at), 1);
