@@ -235,7 +235,8 @@ template <class T> struct same_type {
 
 /// Writes \p value to an input's signal: at once when nothing in the model
 /// waits on the change (no delta cycle, no kernel entry), else held back
-/// for deliver(); before the kernel runs, as SystemC's own write.  No
+/// for deliver(); before the kernel runs, as SystemC's own write, whose
+/// update at the start takes the latest value written.  Once it runs, no
 /// update is pending on an input between evaluations, so an equal value
 /// changes nothing.  Whether the value changed.
 template <class T> inline bool put(PortChannel<T> &signal, const typename same_type<T>::type &value) {
@@ -244,11 +245,15 @@ template <class T> inline bool put(PortChannel<T> &signal, const typename same_t
     signal.hold(value);
     return true;
   }
+  if (!running()) {
+    // A value set and set back before the start must undo the pending
+    // update, which comparing with the current value would miss.
+    signal.write(value);
+    return true;
+  }
   if (signal.current() == value)
     return false;
-  if (!running())
-    signal.write(value);
-  else if (!signal.waited(value))
+  if (!signal.waited(value))
     signal.take(value);
   else {
     signal.hold(value);

@@ -28,6 +28,12 @@ module icarus_tb;
 
   always #5 clk = ~clk;
 
+  // Set and set back before the kernel starts: the model sees 0.
+  initial begin
+    x = 3;
+    #0 x = 0;
+  end
+
   initial begin
     #1 $display("sum at 1 ns: %0d", sum);
     x = 10;
