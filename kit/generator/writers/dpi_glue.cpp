@@ -49,26 +49,29 @@ std::string render_dpi_glue(const std::vector<WrapperModule> &modules) {
       const std::string in = "in" + n, out = "out" + n, p = "ports->p" + n, v = "ports->v" + n;
       if (is_input(port.shape)) {
         parameters += ", " + c_argument(c, false) + in;
-        // A one-bit input that a crossing finds as the last crossing left
-        // it does not touch its signal, which costs a cache miss per
-        // instance and input (an enable, a reset) in a design of many
-        // instances.  An inout is left out: the model writes it too.
-        const bool remembered = !is_output(port.shape) && (c.form == Crossing::Bit || c.form == Crossing::Logic);
-        const std::string raw = in + (c.form == Crossing::Bit ? " & 1" : " & 3"), last = "ports->l" + n;
-        if (remembered)
-          members += "  uint8_t l" + n + " = 0xff;\n";
-        const std::string bit = c.form == Crossing::Bit
-                                    ? raw
-                                    : "sc_dt::sc_logic(static_cast<sc_dt::sc_logic_value_t>(" + raw + "))";
         switch (c.form) {
         case Crossing::Bit:
-        case Crossing::Logic:
-          if (remembered)
-            writes += "        if ((" + raw + ") != " + last + ") {\n          " + last + " = " + raw +
-                      ";\n          written |= corvane_sc::runtime::put(*" + p + ", " + bit + ");\n        }\n";
-          else
-            writes += "        written |= corvane_sc::runtime::put(*" + p + ", " + bit + ");\n";
+        case Crossing::Logic: {
+          const std::string raw = in + (c.form == Crossing::Bit ? " & 1" : " & 3");
+          const std::string put = "written |= corvane_sc::runtime::put(*" + p + ", " +
+                                  (c.form == Crossing::Bit
+                                       ? raw
+                                       : "sc_dt::sc_logic(static_cast<sc_dt::sc_logic_value_t>(" + raw + "))") +
+                                  ");\n";
+          // A one-bit input that a crossing finds as the last crossing left
+          // it does not touch its signal, which costs a cache miss per
+          // instance and input (an enable, a reset) in a design of many
+          // instances.  An inout is left out: the model writes it too.
+          if (is_output(port.shape)) {
+            writes += "        " + put;
+          } else {
+            const std::string last = "ports->l" + n;
+            members += "  uint8_t l" + n + " = 0xff;\n";
+            writes += "        if ((" + raw + ") != " + last + ") {\n          " + last + " = " + raw + ";\n          " +
+                      put + "        }\n";
+          }
           break;
+        }
         case Crossing::Word:
           writes += "        corvane_sc::runtime::from_u64(" + v + ", " + in + ");\n        written |= corvane_sc::runtime::put(*" +
                     p + ", " + v + ");\n";
