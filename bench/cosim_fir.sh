@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A model whose own work dominates: a FIR filter of 256 taps (or more) taking one
-# sample per clock cycle, over 1,000,000 samples, two ways in one run:
+# A model whose own work dominates: a FIR filter of 256 taps (or more)
+# taking one sample per clock cycle, over 1,000,000 samples, two ways in one run:
 #   (a) the SystemC filter inside Verilator through quillc-sim, a
 #       SystemVerilog testbench driving the samples;
 #   (b) the same filter under a pure SystemC testbench (sc_clock and a
@@ -17,6 +17,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/cosim_lib.sh"
 cosim_bench cosim_fir 1000000 "$@"
 samples=$count
 taps=${4:-256}
+[[ $taps =~ ^[1-9][0-9]{0,5}$ ]] || { echo "cosim_fir: taps must be a number from 1 to 999999, not '$taps'" >&2; exit 2; }
 mkdir -p "$scratch/a" "$scratch/b"
 cat >"$scratch/a/fir.cpp" <<EOF
 #include "systemc.h"

@@ -23,16 +23,17 @@
  *                              <the outputs>);
  *     What wrapper.sv calls at time now_ps at every change of an
  *     instance's inputs (and once when the instance is built): writes the
- *     inputs and reads the outputs back, without entering the kernel.  Returns 0; 3
- *     when the kernel has work in this time step (it has not started, or
- *     this call held back the first input change that some process waits
- *     on), which the keeper does with corvane_sc_dpi_run() once every
- *     instance has crossed; -1 on an error, which corvane_sc_dpi_error()
- *     describes.  After the end of the simulation it only reads.  When the
- *     simulation holds one instance, nothing else can cross in its time
- *     step and the call evaluates it at once, as corvane_sc_dpi_M_eval()
- *     does: then 1 when the model called sc_stop(), and 4 when the
- *     kernel's next event moved, for the keeper's wake-up.
+ *     inputs and reads the outputs back, without entering the kernel.
+ *     Returns 0; 3 when the kernel has work in this time step (it has not
+ *     started, or this call held back the first input change that some
+ *     process waits on), which the keeper does with corvane_sc_dpi_run()
+ *     once every instance has crossed; -1 on an error, which
+ *     corvane_sc_dpi_error() describes.  After the end of the simulation
+ *     it only reads.  When the simulation holds one instance, nothing else
+ *     can cross in its time step and the call evaluates it at once, as
+ *     corvane_sc_dpi_M_eval() does: then 1 when the model called
+ *     sc_stop(), and 4 when the kernel's next event moved, for the
+ *     keeper's wake-up.
  *
  *   void corvane_sc_dpi_M_read(int handle, <the outputs>);
  *     Reads the outputs back, and nothing else: what every instance with
@@ -49,9 +50,9 @@
  *     entering the kernel (a change that something waits on is held for
  *     the kernel's next run, as corvane_sc_dpi_M_cross() holds it) and
  *     reads the outputs.  *next_ps is the time of the kernel's next pending
- *     event, -1 when there is none.  Returns 0; 1 when the model called sc_stop();
- *     2 once another call has returned 1, or after the end, without
- *     entering the kernel; -1 on an error.
+ *     event, -1 when there is none.  Returns 0; 1 when the model called
+ *     sc_stop(); 2 once another call has returned 1, or after the end,
+ *     without entering the kernel; -1 on an error.
  *
  *     An input change that no process waits on (SystemC makes a signal's
  *     value-changed, posedge and negedge events only when a process asks

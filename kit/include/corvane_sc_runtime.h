@@ -84,13 +84,19 @@ extern KernelState kernel;
 /// catch_up() when an event is due or the kernel has not started.
 bool catch_up_due(int64_t now_ps);
 
+/// Notes \p now_ps, a time that an evaluation reported: the latest is the
+/// time that end_simulation() brings the kernel to.
+inline void note_time(int64_t now_ps) {
+  if (now_ps > kernel.latest_ps)
+    kernel.latest_ps = now_ps;
+}
+
 /// Runs the kernel's own events up to and including \p now_ps (starting
 /// the kernel the first time), so that the inputs written next are seen
 /// after them; enters the kernel only when an event is due.  False (with
 /// the error recorded) when the model does not settle.
 inline bool catch_up(int64_t now_ps) {
-  if (now_ps > kernel.latest_ps)
-    kernel.latest_ps = now_ps;
+  note_time(now_ps);
   if (kernel.started && (kernel.next_ps < 0 || kernel.next_ps > now_ps))
     return true;
   return catch_up_due(now_ps);
@@ -199,9 +205,7 @@ int evaluate(int64_t now_ps, bool run, int64_t *next_ps, Write write, Read read)
 /// at once instead, as nothing else can cross in its time step: then 1
 /// when the model has stopped, and 4 when the kernel's next event moved.
 template <class Write, class Read> int cross(int64_t now_ps, Write write, Read read) {
-  // The time that end_simulation() brings the kernel to.
-  if (now_ps > kernel.latest_ps)
-    kernel.latest_ps = now_ps;
+  note_time(now_ps);
   if (kernel.instances == 1 && kernel.started && !ended) {
     const int64_t armed = kernel.next_ps;
     int64_t next_ps = -1;

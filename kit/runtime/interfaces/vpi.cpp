@@ -261,9 +261,7 @@ std::vector<std::unique_ptr<Instance>> &instances() {
 bool cross(Instance &in, bool run, uint64_t now, int64_t *next_ps) {
   const int64_t now_ps = static_cast<int64_t>(now / scale);
   // The time that the models' end_of_simulation sees.
-  corvane_sc::runtime::KernelState &kernel = corvane_sc::runtime::kernel;
-  if (now_ps > kernel.latest_ps)
-    kernel.latest_ps = now_ps;
+  corvane_sc::runtime::note_time(now_ps);
   const int status = in.module->eval(in.handle, now_ps, run, in.values.data(), next_ps);
   if (status < 0)
     return fail(in.path + ": " + corvane_sc::runtime::error()), false;
